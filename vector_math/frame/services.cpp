@@ -1,0 +1,78 @@
+// The exported services of vector math. Each name `_fyn<Name>` is a second name of
+// `qor_fyn_kernel_<Name>`: one entry, one address.
+#include "vector_math/frame/thread_state.h"
+
+using namespace qor::fyn;
+
+namespace {
+
+std::int32_t exchange_status(std::int32_t status) {
+    FynThreadState &state = thread_state();
+    const std::int32_t old = state.status;
+    state.status = status;
+    return old;
+}
+
+constexpr std::uint32_t slot_of(std::uint32_t mode) { return (mode & accuracy_field) - 1; }
+
+std::uint32_t merge_into(FynThreadState &state, std::uint32_t mode) {
+    const std::uint32_t old = thread_mode(state);
+    state.mode = merge_modes(old, mode);
+    return old;
+}
+
+// A zero error field is not given, so the callback bit stays where it was the only one.
+FynErrorCallBack exchange_callback(FynErrorCallBack callback) {
+    FynThreadState &state = thread_state();
+    const FynErrorCallBack old = state.callback;
+    const std::uint32_t mode = thread_mode(state);
+    state.callback = callback;
+    merge_into(state, (mode & ~FYN_ERRMODE_CALLBACK) | (callback != nullptr ? FYN_ERRMODE_CALLBACK : 0u));
+    return old;
+}
+
+} // namespace
+
+extern "C" {
+
+std::uint32_t qor_fyn_kernel_SetMode(std::uint32_t mode) { return merge_into(thread_state(), mode); }
+
+std::uint32_t qor_fyn_kernel_GetMode() { return thread_mode(thread_state()); }
+
+std::int32_t qor_fyn_kernel_SetErrStatus(std::int32_t status) { return exchange_status(status); }
+
+std::int32_t qor_fyn_kernel_GetErrStatus() { return thread_state().status; }
+
+std::int32_t qor_fyn_kernel_ClearErrStatus() { return exchange_status(FYN_STATUS_OK); }
+
+FynErrorCallBack qor_fyn_kernel_SetErrorCallBack(FynErrorCallBack callback) {
+    return exchange_callback(callback);
+}
+
+FynErrorCallBack qor_fyn_kernel_GetErrorCallBack() { return thread_state().callback; }
+
+FynErrorCallBack qor_fyn_kernel_ClearErrorCallBack() { return exchange_callback(nullptr); }
+
+void *qor_fyn_kernel_SetInterfInputVectorPointer(void *start) {
+    thread_state().interf_input_vector = start;
+    return start;
+}
+
+std::uint32_t qor_fyn_kernel_GetTTableIndex() { return slot_of(thread_mode(thread_state())); }
+
+std::uint32_t qor_fyn_kernel_GetTTableIndexM(std::uint64_t, std::uint32_t mode) { return slot_of(mode); }
+
+std::int32_t dll_cpu_version() { return 0; }
+
+} // extern "C"
+
+#define QOR_SECOND_NAME(name) asm(".globl _fyn" #name "\n.set _fyn" #name ", qor_fyn_kernel_" #name)
+QOR_SECOND_NAME(SetMode);
+QOR_SECOND_NAME(GetMode);
+QOR_SECOND_NAME(SetErrStatus);
+QOR_SECOND_NAME(GetErrStatus);
+QOR_SECOND_NAME(ClearErrStatus);
+QOR_SECOND_NAME(SetErrorCallBack);
+QOR_SECOND_NAME(GetErrorCallBack);
+QOR_SECOND_NAME(ClearErrorCallBack);
+QOR_SECOND_NAME(SetInterfInputVectorPointer);

@@ -1,0 +1,124 @@
+// The double-precision exponential.
+//
+// e^x = 2^M * 2^(j/64) * e^r with x = (64 M + j) ln2/64 + r, |r| <= ln2/128 (P. T. P. Tang, "Table-driven
+// implementation of the exponential function in IEEE floating-point arithmetic", ACM TOMS 15, 1989).
+// ln2/64 stands in two parts, the leading one short enough for an exact product with 64 M + j.
+//
+// Lanes: degree 5, its approximation error below 2^-60 of the result; the table's remainder joins before the
+// last addition, which then decides the rounding. Arguments from 708.3955 in magnitude on are special.
+// Special: degree 6, the result scaled in one rounding where it is subnormal.
+//
+// Largest error measured: see docs/accuracy.md and the row "dExp" of the tests' bounds.
+#pragma once
+
+#include "vector_math/frame/element.h"
+#include "vector_math/frame/lanes.h"
+#include "vector_math/kernels/exponential_tables.h"
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+namespace qor::fyn {
+
+struct ExpDouble {
+    static constexpr int pass = 16;
+    static constexpr double padding = 0.0;
+
+    static constexpr double inv_step = 0x1.71547652b82fep+6;   // 64 / ln 2
+    static constexpr double shifter = 0x1.8p+52;               // rounds to an integer by addition
+    static constexpr double step_hi = 0x1.62e42fefap-7;        // ln2 / 64, its last 17 bits zero
+    static constexpr double step_lo = 0x1.cf79abc9e3b3ap-46;   // ln2 / 64 - step_hi
+    static constexpr std::int32_t fast_limit_hi = 0x4086232A;  // upper word of 708.3955078125
+    static constexpr double overflow_limit = 709.782712893384;    // largest argument with a finite result
+    static constexpr double underflow_limit = -745.1332191019411; // smallest with a non-zero result
+    static constexpr double normal_limit = -708.3964185322641;    // below it results are subnormal
+    static constexpr double two_1023 = 0x1p+1023;
+    static constexpr double split = 0x1.8p+32;
+    static constexpr double two_m60 = 0x1p-60;
+
+    // All-ones where the upper word of |x| exceeds the limit: with the sign set, signed words order by
+    // magnitude.
+    template <class V> static unsigned special(V x) {
+        const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
+        const auto beyond = words > (fast_limit_hi | sign_bit<float>);
+        unsigned mask = 0;
+        for (int k = 0; k < lane_count<V>; ++k)
+            mask |= (static_cast<unsigned>(beyond[2 * k + 1]) & 1u) << k;
+        return mask;
+    }
+
+    template <class V> static V value(V x) {
+        const V shifted = x * inv_step + shifter;
+        const V whole = shifted - shifter;
+        const V r = (x - whole * step_hi) - whole * step_lo;
+        const V p = r + r * r * (0.4999999999994775 +
+                                 r * (0.1666666666667797 + r * (0.04166672368662385 + r * 0.00833333416441411)));
+        const auto n = bits_of(shifted);
+        V hi, lo;
+        for (int k = 0; k < lane_count<V>; ++k) {
+            const ExponentialPair &entry = exponential_absolute[n[k] & 63];
+            hi[k] = entry.hi;
+            lo[k] = entry.lo;
+        }
+        const V mantissa = hi + (hi * p + lo);
+        // M into the exponent: the bits of n above the low six, moved to the exponent's place. What the
+        // shifter adds above them falls off the word.
+        return from_bits<V>(bits_of(mantissa) + ((n >> 6) << 52));
+    }
+
+    [[gnu::noinline, gnu::cold]] static Status eval(double x, double &result) noexcept {
+        const auto exponent = static_cast<unsigned>(std::bit_cast<std::uint64_t>(x) >> 52) & 0x7FF;
+        if (exponent == 0x7FF) {
+            result = x == -std::numeric_limits<double>::infinity() ? 0.0 : x * x;
+            return status_ok;
+        }
+        if (exponent < 971) {
+            result = x + 1.0;
+            return status_ok;
+        }
+        if (!(x <= overflow_limit)) {
+            result = std::numeric_limits<double>::infinity();
+            return status_overflow;
+        }
+        if (!(x >= underflow_limit)) {
+            result = 0.0;
+            return status_underflow;
+        }
+        const double shifted = x * inv_step + shifter;
+        const double whole = shifted - shifter;
+        const double r = whole * -step_hi + x + whole * -step_lo;
+        const double q = ((((0.0013888870459233254 * r + 0.008333341995140497) * r + 0.04166666666677052) * r +
+                           0.1666666666665788) * r + 0.5) * r * r + r;
+        const auto n = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(shifted));
+        const ExponentialPair &entry = exponential_relative[n & 63];
+        const double hi = entry.hi, t = (q + entry.lo) * hi;
+        const std::uint32_t power = n >> 6;
+        if (x >= normal_limit) {
+            const std::uint32_t biased = (power + 1023) & 0x7FF;
+            result = biased < 2047 ? (hi + t) * with_exponent(biased) : 2 * ((hi + t) * two_1023);
+            return status_ok;
+        }
+        // Subnormal: 2^60 too large first; where digits will be lost, split at the last one that stays, so
+        // that the scaling rounds once.
+        const std::uint32_t biased = (power + 1083) & 0x7FF;
+        const double scale = with_exponent(biased);
+        const double tail = t * scale, head = hi * scale, sum = head + tail;
+        if (biased > 50) {
+            const double w = sum * split;
+            const double upper = sum + w - w;
+            const double lower = tail + (head - sum) + (sum - upper);
+            result = upper * two_m60 + two_m60 * lower;
+        } else {
+            result = sum * two_m60;
+        }
+        return status_underflow;
+    }
+
+  private:
+    static double with_exponent(std::uint32_t biased) {
+        return std::bit_cast<double>(static_cast<std::uint64_t>(biased) << 52);
+    }
+};
+
+} // namespace qor::fyn
