@@ -4,7 +4,7 @@
 //   Y0 = 2/pi log x J0 + ...,  Y1 = 2/pi (log x J1 - 1/x) + ...
 // x >= 8: modulus and phase (Abramowitz and Stegun 9.2.17ff), J + iY = M e^(i theta), with
 // theta = x - (2n+1) pi/4 + alpha(x)/x taken modulo a turn in two doubles, so that the error near zeros is
-// 2^-58 of the modulus.
+// below 2^-53 of the modulus.
 // Other orders: the recurrence f(k+1) = 2k/x f(k) - f(k-1) in two doubles, upward where it is stable (Y, and
 // J for n <= x), downward and normalised by J0 or J1 otherwise (J. C. P. Miller). The cost grows with the
 // order; orders beyond 2^24 near or below x are refused as outside the domain.

@@ -5,7 +5,7 @@
 // whose first term left out is below 2^-59 at 12. Negative arguments by reflection,
 //   gamma(x) gamma(-x) = -pi / (x sin pi x).
 // log gamma: on [3/4, 5/2] pieces with the zeros at 1 and 2 taken out, so that small results are accurate
-// relative to themselves; zeros at negative arguments are accurate to some 2^-65 absolutely.
+// relative to themselves; near its zeros at negative arguments the error is some 2^-57 absolutely.
 #pragma once
 
 #include "vector_math/kernels/special_pieces.h"

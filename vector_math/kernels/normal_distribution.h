@@ -31,7 +31,7 @@ template <Accuracy A> struct CdfNorm {
         } else {
             constexpr bool full = std::is_same_v<T, double> ? A == Accuracy::low : A == Accuracy::high;
             constexpr int bits = full ? 54 : std::is_same_v<T, double> || A == Accuracy::low ? 30 : 15;
-            constexpr int degree = full ? 12 : bits == 30 ? 6 : 3;
+            constexpr int degree = full ? 12 : bits == 30 ? 7 : 3;
             // full: the square split at 24 bits of z, so that its head is exact
             double head = full ? static_cast<double>(static_cast<float>(z)) : z;
             Real<full ? 72 : 54> power = -0.5 * head * head;
