@@ -173,6 +173,15 @@ struct FunctionOfTwo {
     std::vector<std::pair<Stratum, Stratum>> strata;
 };
 
+// The multi-precision library takes powr(1, NaN) for 1; in IEEE 754 every NaN argument gives NaN.
+int powr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rounding) {
+    if (mpfr_nan_p(x) || mpfr_nan_p(y)) {
+        mpfr_set_nan(r);
+        return 0;
+    }
+    return mpfr_powr(r, x, y, rounding);
+}
+
 constexpr double inf = std::numeric_limits<double>::infinity();
 constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
 
@@ -208,7 +217,7 @@ const std::vector<std::pair<Stratum, Stratum>> points = {
 const FunctionOfTwo functions_of_two[] = {
     {"Pow", mpfr_pow, reports_underflow, power_edges, powers},
     {"Powx", mpfr_pow, reports_underflow, clear_of_overflow(power_edges), powers},
-    {"Powr", mpfr_powr, reports_underflow, power_edges, powers},
+    {"Powr", powr, reports_underflow, power_edges, powers},
     {"Hypot", mpfr_hypot, passes_tiny_through, point_edges, points},
     {"Atan2", mpfr_atan2, reports_underflow, point_edges, points},
     {"Atan2pi", mpfr_atan2pi, reports_underflow, point_edges, points},

@@ -3,9 +3,10 @@
 
     python3 tools/special_tables.py > vector_math/kernels/special_tables.h
 
-Needs mpmath. Every row is the interpolant in Chebyshev points of one piece, rewritten in powers of the distance
-t from the middle of the piece. A row holds the constant term as a sum of two doubles, then the other terms. The
-degree is the lowest that keeps the error of every row below the bound, relative to the largest value in the row.
+Needs mpmath. Every row is the interpolant in Chebyshev points of one piece, rewritten in powers of the
+distance t from the middle of the piece. A row holds the constant term as a sum of two doubles, then the
+other terms. The degree is the lowest that keeps the error of every row below the bound, relative to the
+largest value in the row.
 """
 import sys
 from mpmath import mp, mpf

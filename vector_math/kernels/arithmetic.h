@@ -91,8 +91,8 @@ struct Fmax {
     }
     template <class T> static T pick(bool first, T x, T y) {
         if (y != y)
-            return x != x ? y * 1 : x * 1;
-        return x != x ? y * 1 : first ? x : y;
+            return x != x ? y + y : x; // the sum of a NaN with itself is the NaN made quiet
+        return x != x || !first ? y : x;
     }
 };
 struct Fmin {

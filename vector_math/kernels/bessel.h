@@ -20,14 +20,16 @@ namespace special {
 // 1/(2 pi) that matter (M. H. Payne and R. N. Hanek, SIGNUM Newsletter 18, 1983).
 inline DoubleDouble half_turns(double x) noexcept {
     Split split = split_exponent(x);
-    std::uint64_t m = (std::bit_cast<std::uint64_t>(split.mantissa) & 0xfffffffffffff) | std::uint64_t(1) << 52;
-    // x = m 2^(place - 64): `place` leading bits of the table, two words of zeros before them, give whole turns
+    std::uint64_t m = (std::bit_cast<std::uint64_t>(split.mantissa) & 0xfffffffffffff) | std::uint64_t(1)
+                                                                                             << 52;
+    // x = m 2^(place - 64): `place` leading bits of the table, two words of zeros before them, give whole
+    // turns
     int place = split.exponent - 52 + 64;
     int word = place / 32, shift = place % 32;
     std::uint32_t window[6];
     for (int i = 0; i < 6; ++i) {
-        std::uint64_t two = static_cast<std::uint64_t>(tables::turn_limbs[word + i]) << 32 |
-                            tables::turn_limbs[word + i + 1];
+        std::uint64_t two =
+            static_cast<std::uint64_t>(tables::turn_limbs[word + i]) << 32 | tables::turn_limbs[word + i + 1];
         window[i] = static_cast<std::uint32_t>(two >> (32 - shift));
     }
     std::uint32_t fraction[6] = {};

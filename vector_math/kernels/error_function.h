@@ -1,8 +1,8 @@
 // Error functions: erf x, erfc x, erfcx x = e^(x^2) erfc x.
 //
 // For |x| < 1/2, erf x = x p(x^2). Elsewhere all three come from erfcx on x >= 0, which is smooth and falls
-// like 1/x: pieces for x < 15, beyond it x erfcx x as a polynomial in 1/x^2; erfc x = e^(-x^2) erfcx x with the
-// square exact.
+// like 1/x: pieces for x < 15, beyond it x erfcx x as a polynomial in 1/x^2; erfc x = e^(-x^2) erfcx x
+// with the square exact.
 #pragma once
 
 #include "vector_math/kernels/special_pieces.h"
@@ -80,7 +80,7 @@ struct Erfc {
         if (v >= 0.5)
             return special::checked_result(special::erfc_positive(v < 30 ? v : 30), r);
         if (v > -0.5)
-            return plain_result(to_double(1.0 - (v > -0x1p-100 && v < 0x1p-100 ? v : special::erf_small(v))), r);
+            return plain_result(std::fabs(v) < 0x1p-100 ? 1.0 : to_double(1.0 - special::erf_small(v)), r);
         if (v > -6.5)
             return plain_result(to_double(2.0 - special::to_pair(special::erfc_positive(-v))), r);
         return plain_result(2, r);

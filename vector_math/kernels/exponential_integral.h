@@ -31,8 +31,10 @@ template <Accuracy A> struct ExpInt1 {
 private:
     template <class T> static Status high(double x, T &r) noexcept {
         if (x < 0.5) {
-            double rest = x < 0x1p-100 ? 0 : x * x * to_double(special::evaluate(tables::e1_series[0], x - 0.25));
-            DoubleDouble result = fast_two_sum(x, rest) - special::euler_gamma - logarithm<72>(DoubleDouble(x));
+            double series = to_double(special::evaluate(tables::e1_series[0], x - 0.25));
+            double rest = x < 0x1p-100 ? 0 : x * x * series;
+            DoubleDouble result = fast_two_sum(x, rest) - special::euler_gamma;
+            result = result - logarithm<72>(DoubleDouble(x));
             return plain_result(to_double(result), r);
         }
         special::Scaled e = exponential<72>(DoubleDouble(-x));

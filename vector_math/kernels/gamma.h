@@ -87,7 +87,8 @@ struct LGamma {
             return plain_result(-to_double(logarithm<72>(DoubleDouble(y))), r);
         if (v < 0) {
             DoubleDouble product = special::sine_size(y) * y;
-            return plain_result(to_double(logarithm<72>(pi / product) - special::log_gamma_any_positive(y)), r);
+            return plain_result(to_double(logarithm<72>(pi / product) - special::log_gamma_any_positive(y)),
+                                r);
         }
         if (y >= 0x1p+60) { // x (log x - 1); the half of a logarithm is far below
             Split split = split_exponent(y);

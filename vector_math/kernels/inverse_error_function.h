@@ -68,9 +68,10 @@ template <Accuracy A> struct ErfInv {
         double v = static_cast<double>(x), size = std::fabs(v), y;
         if constexpr (A == Accuracy::high && std::is_same_v<T, double>) {
             if (size < 0x1p-200)
-                y = to_double(special::erf_inverse_middle(size * 0x1p+700 * 0x1p-400)) * 0x1p-300;
+                y = to_double(special::erf_inverse_middle(size * 0x1p+300)) * 0x1p-300;
             else
-                y = to_double(size <= 0.5 ? special::erf_inverse_middle(size) : special::erfc_inverse_tail(1 - size));
+                y = to_double(size <= 0.5 ? special::erf_inverse_middle(size)
+                                          : special::erfc_inverse_tail(1 - size));
         } else {
             constexpr bool full = std::is_same_v<T, double> ? A == Accuracy::low : A == Accuracy::high;
             constexpr int bits = full ? 54 : std::is_same_v<T, double> || A == Accuracy::low ? 30 : 15;

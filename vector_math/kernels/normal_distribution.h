@@ -1,8 +1,8 @@
 // Normal distribution: its function P(x) = erfc(-x/sqrt 2)/2 and the inverse of that.
 //
-// P(-z) = e^(-z^2/2) erfcx(z/sqrt 2)/2 for z >= 0, and P(z) = 1 - P(-z). The high accuracy carries the exponent
-// and the argument of erfcx in two doubles; the low one only splits the square; enhanced performance squares in
-// double and cuts every polynomial short.
+// P(-z) = e^(-z^2/2) erfcx(z/sqrt 2)/2 for z >= 0, and P(z) = 1 - P(-z). The high accuracy carries the
+// exponent and the argument of erfcx in two doubles; the low one only splits the square; enhanced
+// performance squares in double and cuts every polynomial short.
 #pragma once
 
 #include "vector_math/kernels/error_function.h"

@@ -78,7 +78,7 @@ struct Rint {
     template <class T> static Status eval(T x, T &r) noexcept {
         const T magnitude = x < 0 ? -x : x;
         if (!(magnitude < integers_from<T>)) {
-            r = x + x == x ? x : x * 1; // infinite, or a NaN made quiet, or an integer
+            r = x != x ? x + x : x; // a NaN made quiet, an infinity or an integer
             return status_ok;
         }
         using Bits = IntegerOf<T>;

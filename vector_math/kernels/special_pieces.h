@@ -27,7 +27,8 @@ template <class T> inline Status checked_result(Scaled a, T &r) noexcept {
 }
 
 // The polynomial of a row at t + t_lo, with an error of the last bits of c1 t.
-template <std::size_t N> inline DoubleDouble evaluate(const double (&row)[N], double t, double t_lo = 0) noexcept {
+template <std::size_t N>
+inline DoubleDouble evaluate(const double (&row)[N], double t, double t_lo = 0) noexcept {
     double p = row[N - 1];
     for (std::size_t i = N - 2; i >= 2; --i)
         p = p * t + row[i];
@@ -35,7 +36,8 @@ template <std::size_t N> inline DoubleDouble evaluate(const double (&row)[N], do
 }
 
 // The same to about a double's accuracy, cut after the term in t^Degree.
-template <std::size_t Degree, std::size_t N> inline double evaluate_short(const double (&row)[N], double t) noexcept {
+template <std::size_t Degree, std::size_t N>
+inline double evaluate_short(const double (&row)[N], double t) noexcept {
     constexpr std::size_t last = Degree + 1 < N - 1 ? Degree + 1 : N - 1;
     double p = row[last];
     for (std::size_t i = last - 1; i >= 2; --i)

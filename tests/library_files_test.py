@@ -1,0 +1,42 @@
+#!/usr/bin/env python3
+"""Checks what a built library exports and what it needs at run time.
+
+usage: library_files_test.py LIBRARY EXPORT_LIST NEEDED_LIBRARY...
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+
+def run(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def windows(library):
+    text = run("x86_64-w64-mingw32-objdump", "-p", library)
+    names = text.split("[Ordinal/Name Pointer] Table")[1].split("\n\n")[0]
+    return set(re.findall(r"\[ *\d+\] (\S+)", names)), set(re.findall(r"DLL Name: (\S+)", text))
+
+
+def linux(library):
+    names = {line.split()[-1] for line in run("nm", "-D", "--defined-only", library).splitlines()}
+    return names, set(re.findall(r"\(NEEDED\).*\[(.*)\]", run("readelf", "-d", library)))
+
+
+def main():
+    library, export_list, *needed = sys.argv[1:]
+    lines = pathlib.Path(export_list).read_text().splitlines()
+    listed = {line.split()[0] for line in lines if line.strip() and not line.startswith("#")}
+    exported, imported = (windows if library.endswith(".dll") else linux)(library)
+    print(f"{len(exported)} exports, needs {sorted(imported)}")
+    problems = [f"exported but not listed: {name}" for name in sorted(exported - listed)]
+    problems += [f"listed but not exported: {name}" for name in sorted(listed - exported)]
+    problems += [f"needs {name}" for name in sorted(imported - set(needed))]
+    print("\n".join(problems[:20]))
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
