@@ -20,19 +20,22 @@ function(qor_library_options target)
   target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR})
 endfunction()
 
-# A shared library that exports exactly the names of its list.
+# A shared library that exports exactly the names of its list. NAME is its file name where it is not the target's.
 function(qor_shared_library target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS" "SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS;NAME" "SOURCES")
+  if(NOT arg_NAME)
+    set(arg_NAME ${target})
+  endif()
   get_filename_component(list ${arg_EXPORTS} ABSOLUTE)
   set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}_exports.def)
   add_custom_command(OUTPUT ${script} DEPENDS ${list} ${PROJECT_SOURCE_DIR}/tools/make_exports.py
-    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tools/make_exports.py ${QOR_OBJECT_FORMAT} ${target} ${list}
+    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tools/make_exports.py ${QOR_OBJECT_FORMAT} ${arg_NAME} ${list}
             ${script} VERBATIM)
   add_custom_target(${target}_exports DEPENDS ${script})
   add_library(${target} SHARED ${arg_SOURCES})
   add_dependencies(${target} ${target}_exports)
   qor_library_options(${target})
-  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script} LINKER_LANGUAGE CXX)
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script} LINKER_LANGUAGE CXX OUTPUT_NAME ${arg_NAME})
   if(WIN32)
     # The DLL and its import library both stand in lib/.
     set_target_properties(${target} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
