@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 #include <limits>
 #include <type_traits>
 
@@ -44,6 +45,33 @@ template <class V> V broadcast(ElementOf<V> x) { return V{} + x; }
 
 template <class V> IntegersOf<V> bits_of(V v) { return std::bit_cast<IntegersOf<V>>(v); }
 template <class V> V from_bits(IntegersOf<V> v) { return std::bit_cast<V>(v); }
+
+// Integer lanes added modulo their width.
+template <class I> I wrapping_sum(I a, I b) {
+    using Element = std::make_unsigned_t<std::remove_cvref_t<decltype(a[0])>>;
+    using Unsigned = typename LanesOf<Element, sizeof(I)>::type;
+    return std::bit_cast<I>(std::bit_cast<Unsigned>(a) + std::bit_cast<Unsigned>(b));
+}
+
+// The top bits of the lanes, the first lane's lowest.
+inline unsigned mask_of(Lanes<std::int64_t> v) {
+    return static_cast<unsigned>(_mm_movemask_pd(std::bit_cast<__m128d>(v)));
+}
+
+// Both members of a pair of doubles for every lane, `offsets` being its distance in bytes, below 2^16.
+template <class Pair>
+void look_up(const Pair *table, Lanes<std::int64_t> offsets, Lanes<double> &first, Lanes<double> &second) {
+    static_assert(sizeof(Pair) == lane_bytes && alignof(Pair) == alignof(double));
+    const auto pair = [table](int offset) {
+        Lanes<double> v;
+        std::memcpy(&v, reinterpret_cast<const char *>(table) + offset, sizeof v);
+        return v;
+    };
+    const auto words = std::bit_cast<__m128i>(offsets);
+    const auto low = pair(_mm_extract_epi16(words, 0)), high = pair(_mm_extract_epi16(words, 4));
+    first = _mm_unpacklo_pd(low, high);
+    second = _mm_unpackhi_pd(low, high);
+}
 
 template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();
 

@@ -73,17 +73,19 @@ template <class F, Name name, Shape shape, class A, class B, class R1, class R2,
 template <class F>
 concept LaneFunction = requires { F::pass; };
 
-// One pass of lanes over `count` elements from i on; from and to are where its lanes read and write.
+// One pass of lanes over `count` elements from i on; from and to are where its lanes read and write, whole
+// registers of them. Inlined, so that a full pass has a constant number of registers.
 template <class F, Name name, class T, bool strided>
-void lane_pass(std::int32_t i, int count, const T *from, T *to, Vector<const T, strided> a, Vector<T, strided> r) {
+[[gnu::always_inline]] inline void lane_pass(std::int32_t i, int count, const T *from, T *to,
+                                             Vector<const T, strided> a, Vector<T, strided> r) {
     using V = Lanes<T>;
-    constexpr int registers = F::pass / lane_count<V>;
+    const int registers = (count + lane_count<V> - 1) / lane_count<V>;
     unsigned special = 0;
     for (int k = 0; k < registers; ++k)
         special |= F::special(load<V>(from + k * lane_count<V>)) << (k * lane_count<V>);
     T arguments[F::pass];
     if (special) [[unlikely]]
-        std::copy_n(from, F::pass, arguments);
+        std::copy_n(from, registers * lane_count<V>, arguments);
     for (int k = 0; k < registers; ++k)
         store(to + k * lane_count<V>, F::value(load<V>(from + k * lane_count<V>)));
     if (to != r.at(i))
@@ -107,8 +109,8 @@ template <class F, Name name, class T, bool strided>
             lane_pass<F, name>(i, F::pass, a.at(i), r.at(i), a, r);
     while (i < n) {
         const int count = std::min<std::int32_t>(n - i, F::pass);
-        T piece[F::pass], results[F::pass];
-        std::fill_n(piece, F::pass, T(F::padding));
+        alignas(lane_bytes) T piece[F::pass], results[F::pass];
+        store(piece + (count - 1) / lane_count<Lanes<T>> * lane_count<Lanes<T>>, broadcast<Lanes<T>>(T(F::padding)));
         for (int k = 0; k < count; ++k)
             piece[k] = *a.at(i + k);
         lane_pass<F, name>(i, count, piece, results, a, r);

@@ -36,16 +36,14 @@ struct ExpDouble {
     static constexpr double two_1023 = 0x1p+1023;
     static constexpr double split = 0x1.8p+32;
     static constexpr double two_m60 = 0x1p-60;
+    static constexpr int pair_shift = 4; // table index to bytes
+    static_assert(sizeof(ExponentialPair) == 1 << pair_shift);
 
-    // All-ones where the upper word of |x| exceeds the limit: with the sign set, signed words order by
-    // magnitude.
+    // The lanes where the upper word of |x| exceeds the limit: with the sign set, signed words order by
+    // magnitude. The upper word's comparison gives the lane's top bit.
     template <class V> static unsigned special(V x) {
         const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
-        const auto beyond = words > (fast_limit_hi | sign_bit<float>);
-        unsigned mask = 0;
-        for (int k = 0; k < lane_count<V>; ++k)
-            mask |= (static_cast<unsigned>(beyond[2 * k + 1]) & 1u) << k;
-        return mask;
+        return mask_of(std::bit_cast<IntegersOf<V>>(words > (fast_limit_hi | sign_bit<float>)));
     }
 
     template <class V> static V value(V x) {
@@ -56,15 +54,11 @@ struct ExpDouble {
                                  r * (0.1666666666667797 + r * (0.04166672368662385 + r * 0.00833333416441411)));
         const auto n = bits_of(shifted);
         V hi, lo;
-        for (int k = 0; k < lane_count<V>; ++k) {
-            const ExponentialPair &entry = exponential_absolute[n[k] & 63];
-            hi[k] = entry.hi;
-            lo[k] = entry.lo;
-        }
+        look_up(exponential_absolute, (n << pair_shift) & (63 << pair_shift), hi, lo);
         const V mantissa = hi + (hi * p + lo);
         // M into the exponent: the bits of n above the low six, moved to the exponent's place. What the
         // shifter adds above them falls off the word.
-        return from_bits<V>(bits_of(mantissa) + ((n >> 6) << 52));
+        return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46));
     }
 
     [[gnu::noinline, gnu::cold]] static Status eval(double x, double &result) noexcept {

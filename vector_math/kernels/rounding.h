@@ -1,7 +1,7 @@
 // Rounding to integers: Ceil, Floor, Trunc, Round, Rint, NearbyInt, and the parts Frac and Modf.
 //
-// Below 2^52 (2^23 in single precision) adding and subtracting that power rounds a magnitude to an
-// integer by the current rounding direction, exactly. From there on, and for NaN, the argument is its own
+// Below 2^52 (2^23 in single precision) adding and subtracting that power, with the argument's sign, rounds
+// to an integer by the current rounding direction, exactly. From there on, and for NaN, the argument is its own
 // result, bit for bit. The directed roundings step from that integer to the wanted one, which makes them
 // independent of the direction; the argument's sign is put back at the end, so that zeros keep theirs.
 #pragma once
@@ -13,7 +13,10 @@
 
 namespace qor::fyn {
 
-// Rounds in lanes by a rule on magnitude and sign. No lane is special and nothing is reported.
+template <class V> V with_sign(V positive, IntegersOf<V> sign) { return from_bits<V>(bits_of(positive) | sign); }
+template <class V> V magnitude(V x) { return from_bits<V>(bits_of(x) & ~sign_bit<ElementOf<V>>); }
+
+// Rounds in lanes by a rule on the argument, an integer beside it and its sign. No lane is special and nothing is reported.
 template <class Rule, SseGuard guard> struct RoundingFunction {
     static constexpr int pass = 8;
     static constexpr double padding = 0.75;
@@ -24,10 +27,10 @@ template <class Rule, SseGuard guard> struct RoundingFunction {
     template <class V> static V value(V x) {
         using T = ElementOf<V>;
         const auto sign = bits_of(x) & sign_bit<T>;
-        const V magnitude = from_bits<V>(bits_of(x) ^ sign);
-        const V nearest = (magnitude + integers_from<T>) - integers_from<T>;
-        const V rounded = Rule::template step<V>(magnitude, nearest, sign);
-        const V chosen = magnitude < integers_from<T> ? rounded : magnitude;
+        const V shifter = from_bits<V>(bits_of(broadcast<V>(integers_from<T>)) | sign);
+        const V nearest = (x + shifter) - shifter;
+        const V rounded = Rule::template step<V>(x, nearest, sign);
+        const V chosen = magnitude(x) < integers_from<T> ? rounded : x;
         return from_bits<V>(bits_of(chosen) | sign);
     }
 
@@ -38,32 +41,26 @@ template <class Rule, SseGuard guard> struct RoundingFunction {
     }
 };
 
-// The smallest integer not below the magnitude.
-template <class V> V upward(V magnitude, V nearest) {
-    return nearest + (nearest < magnitude ? broadcast<V>(1) : V{});
-}
-// The largest integer not above it.
-template <class V> V downward(V magnitude, V nearest) {
-    return nearest - (nearest > magnitude ? broadcast<V>(1) : V{});
-}
-
 struct CeilRule {
-    template <class V> static V step(V magnitude, V nearest, IntegersOf<V> sign) {
-        return sign != 0 ? downward(magnitude, nearest) : upward(magnitude, nearest);
+    template <class V> static V step(V x, V nearest, IntegersOf<V>) {
+        return nearest + (nearest < x ? broadcast<V>(1) : V{});
     }
 };
 struct FloorRule {
-    template <class V> static V step(V magnitude, V nearest, IntegersOf<V> sign) {
-        return sign != 0 ? upward(magnitude, nearest) : downward(magnitude, nearest);
+    template <class V> static V step(V x, V nearest, IntegersOf<V>) {
+        return nearest - (nearest > x ? broadcast<V>(1) : V{});
     }
 };
 struct TruncRule {
-    template <class V> static V step(V magnitude, V nearest, IntegersOf<V>) { return downward(magnitude, nearest); }
+    template <class V> static V step(V x, V nearest, IntegersOf<V> sign) {
+        return nearest - (magnitude(nearest) > magnitude(x) ? with_sign(broadcast<V>(1), sign) : V{});
+    }
 };
-// Halves away from zero.
+// Halves away from zero: nearest may have taken them to it.
 struct RoundRule {
-    template <class V> static V step(V magnitude, V nearest, IntegersOf<V>) {
-        return nearest + (magnitude - nearest == 0.5f ? broadcast<V>(1) : V{});
+    template <class V> static V step(V x, V nearest, IntegersOf<V> sign) {
+        const V half = with_sign(broadcast<V>(0.5), sign);
+        return nearest + (x - nearest == half ? with_sign(broadcast<V>(1), sign) : V{});
     }
 };
 using Ceil = RoundingFunction<CeilRule, SseGuard::silent>;
