@@ -17,7 +17,7 @@ function(qor_library_options target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics>
                          -march=x86-64 -mfpmath=sse -ffp-contract=off -fno-semantic-interposition -fno-math-errno)
   target_link_libraries(${target} PRIVATE qor_warnings)
-  target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
 endfunction()
 
 # A shared library that exports exactly the names of its list. NAME is its file name where it is not the target's.

@@ -5,6 +5,7 @@
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build/bench
+"$root"/scripts/setup.sh demo
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DQOR_BUILD_BENCHMARKS=ON -DQOR_BUILD_TESTS=OFF \
       -DQOR_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build "$build" --target vector_math_bench -j2 >/dev/null

@@ -3,10 +3,13 @@
 #include "support/functions.h"
 
 #include "qor_fyn.h"
+#include "vector_math/kernels/exponential_tables.h"
 
 #include <bit>
 #include <cfenv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
@@ -81,6 +84,63 @@ TEST(Kernels, SameBitsEverywhere) {
         }
     }
     _fynSetMode(old);
+}
+
+// Writes a hash of every kernel's results to the file that QOR_HASH_FILE names: the test script compares
+// these files of all builds and both systems. The bits of a NaN are free where a kernel makes one.
+TEST(Kernels, WriteResultHashes) {
+    const char *file_name = std::getenv("QOR_HASH_FILE");
+    if (file_name == nullptr)
+        GTEST_SKIP() << "QOR_HASH_FILE is not set";
+    std::FILE *file = std::fopen(file_name, "wb");
+    ASSERT_NE(file, nullptr) << file_name;
+    const std::uint32_t old = _fynSetMode(FYN_ERRMODE_NOERR);
+    constexpr std::size_t count = 500;
+    for (const FunctionRow &row : test::function_rows()) {
+        if (row.is_pack() || row.is("lin"))
+            continue;
+        const std::size_t as = row.argument_parts(), rs = row.result_parts(), size = row.real_bytes();
+        const auto a = arguments(row, count * as, 3), b = arguments(row, count * as, 4);
+        for (int slot = 0; slot < 3; ++slot) {
+            std::vector<char> r1(count * rs * size), r2(r1.size());
+            test::call(row, slot, count, a.data(), 1, b.data(), 1, r1.data(), 1, r2.data(), 1);
+            std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a over the words
+            for (const auto *r : {&r1, &r2})
+                for (std::size_t i = 0; i < r->size(); i += size) {
+                    std::uint64_t word = 0;
+                    std::memcpy(&word, r->data() + i, size);
+                    const bool nan = size == 4 ? (word & 0x7FFFFFFF) > 0x7F800000 : (word << 1) > (0x7FFull << 53);
+                    hash = (hash ^ (nan ? 1 : word)) * 0x100000001B3;
+                }
+            std::fprintf(file, "%s%s %016llx\n", row.stem().c_str(), test::slot_suffix(row, slot),
+                         static_cast<unsigned long long>(hash));
+        }
+    }
+    EXPECT_EQ(std::fclose(file), 0);
+    _fynSetMode(old);
+}
+
+// The exponential's table against itself: the square of 2^(j/64) is 2^(2j/64), six times over to a power of
+// two, in double-double arithmetic; and the two forms of the table agree.
+TEST(Kernels, ExponentialTable) {
+    using namespace qor::fyn;
+    for (int j = 0; j < 64; ++j) {
+        const ExponentialPair entry = exponential_absolute[j], relative = exponential_relative[j];
+        long double hi = entry.hi, lo = entry.lo;
+        for (int doubling = 1; doubling <= 6; ++doubling) {
+            // (hi + lo)^2, its leading product split exactly into two numbers of 32 bits each way
+            const long double upper = static_cast<float>(hi), rest = hi - upper;
+            const long double square = hi * hi;
+            const long double error = ((upper * upper - square) + 2 * upper * rest) + rest * rest;
+            const long double low = error + 2 * hi * lo + lo * lo;
+            hi = square + low;
+            lo = (square - hi) + low;
+        }
+        EXPECT_EQ(hi, std::ldexp(1.0L, j)) << j;
+        EXPECT_LT(std::fabs(lo), std::ldexp(1.0L, j - 95)) << j;
+        EXPECT_EQ(relative.hi, entry.hi);
+        EXPECT_NEAR(relative.lo, entry.lo / entry.hi, 0x1p-105) << j;
+    }
 }
 
 double from_bits(std::uint64_t bits) { return std::bit_cast<double>(bits); }

@@ -175,6 +175,29 @@ TEST_F(StateTest, ErrorModesDecideWhatAReportDoes) {
     }
 }
 
+// With its trap on, an exception reaches the thread; with another trap on it only leaves its flag.
+TEST_F(StateTest, TrapsDeliverTheirException) {
+    const struct {
+        std::uint32_t trap;
+        double argument;
+        void (*entry)(std::int32_t, const double *, double *);
+    } cases[] = {
+        {FYN_TRAP_INVALID, -1, _fyndLn},
+        {FYN_TRAP_DIVBYZERO, 0, _fyndLn},
+        {FYN_TRAP_OVERFLOW, 1000, _fyndExp},
+        {FYN_TRAP_UNDERFLOW, -1000, _fyndExp},
+    };
+    // A thread of its own: traps that are on can be exchanged but not switched off.
+    on_fresh_thread(nullptr, [&] {
+        for (const auto &c : cases) {
+            double r;
+            _fynSetMode(FYN_ERRMODE_EXCEPT | (0x0F000000u & ~c.trap));
+            c.entry(1, &c.argument, &r);
+            EXPECT_DEATH((_fynSetMode(c.trap), c.entry(1, &c.argument, &r)), "") << std::hex << c.trap;
+        }
+    });
+}
+
 TEST_F(StateTest, CallbackRecordAndPositions) {
     _fynSetErrorCallBack(record_call);
     std::vector<double> a(200, 1.0), r(200);

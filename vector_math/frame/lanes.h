@@ -68,7 +68,7 @@ void look_up(const Pair *table, Lanes<std::int64_t> offsets, Lanes<double> &firs
         return v;
     };
     const auto words = std::bit_cast<__m128i>(offsets);
-    const auto low = pair(_mm_extract_epi16(words, 0)), high = pair(_mm_extract_epi16(words, 4));
+    const auto low = pair(_mm_cvtsi128_si32(words)), high = pair(_mm_extract_epi16(words, 4));
     first = _mm_unpacklo_pd(low, high);
     second = _mm_unpackhi_pd(low, high);
 }

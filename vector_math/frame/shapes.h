@@ -9,7 +9,7 @@
 //   struct F {
 //       static constexpr int pass = 16;                            // elements a pass
 //       static constexpr double padding = 0.5;                     // fills idle lanes, raises nothing
-//       template <class V> static unsigned special(V x);           // mask of lanes for eval
+//       static std::uint32_t special(double x);                    // top bit set: for eval; else for value
 //       template <class V> static V value(V x);                    // all other lanes
 //       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
@@ -80,19 +80,24 @@ template <class F, Name name, class T, bool strided>
                                              Vector<const T, strided> a, Vector<T, strided> r) {
     using V = Lanes<T>;
     const int registers = (count + lane_count<V> - 1) / lane_count<V>;
-    unsigned special = 0;
-    for (int k = 0; k < registers; ++k)
-        special |= F::special(load<V>(from + k * lane_count<V>)) << (k * lane_count<V>);
+    // In scalar registers, which are idle while the vector units work on the values.
+    std::uint32_t special = 0;
+    for (int k = 0; k < registers * lane_count<V>; ++k)
+        special |= F::special(from[k]);
+    const bool any_special = special >> 31;
     T arguments[F::pass];
-    if (special) [[unlikely]]
-        std::copy_n(from, registers * lane_count<V>, arguments);
+    if (any_special) [[unlikely]]
+        std::copy_n(from, count, arguments);
     for (int k = 0; k < registers; ++k)
         store(to + k * lane_count<V>, F::value(load<V>(from + k * lane_count<V>)));
     if (to != r.at(i))
         for (int k = 0; k < count; ++k)
             *r.at(i + k) = to[k];
-    for (; special != 0; special &= special - 1) {
-        const int k = std::countr_zero(special);
+    if (!any_special) [[likely]]
+        return;
+    for (int k = 0; k < count; ++k) {
+        if (!(F::special(arguments[k]) >> 31))
+            continue;
         T result;
         const Status status = F::eval(arguments[k], result);
         *r.at(i + k) = result;

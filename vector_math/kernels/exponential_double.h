@@ -4,11 +4,15 @@
 // implementation of the exponential function in IEEE floating-point arithmetic", ACM TOMS 15, 1989).
 // ln2/64 stands in two parts, the leading one short enough for an exact product with 64 M + j.
 //
-// Lanes: degree 5, its approximation error below 2^-60 of the result; the table's remainder joins before the
-// last addition, which then decides the rounding. Arguments from 708.3955 in magnitude on are special.
+// Lanes: degree 5, its approximation error below 2^-59 of the result. The linear term takes the reduced
+// argument before its tail rounds it, and its sum with the table's leading part keeps what rounding takes
+// away; so only the last addition rounds at the result's last place. Arguments from 708.3955 in magnitude on
+// are special.
 // Special: degree 6, the result scaled in one rounding where it is subnormal.
 //
-// Largest error measured: see docs/accuracy.md and the row "dExp" of the tests' bounds.
+// Largest errors measured by tools/measure_exponential.cpp, in ulp (docs/accuracy.md): lanes 0.517699 at
+// 0x1.a29b5398f9d01p+7; special path, normal results 0.514412 at 0x1.6286c09f1eb9ep+9, subnormal results
+// 0.503859 at -0x1.6243f40428cacp+9.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -29,7 +33,7 @@ struct ExpDouble {
     static constexpr double shifter = 0x1.8p+52;               // rounds to an integer by addition
     static constexpr double step_hi = 0x1.62e42fefap-7;        // ln2 / 64, its last 17 bits zero
     static constexpr double step_lo = 0x1.cf79abc9e3b3ap-46;   // ln2 / 64 - step_hi
-    static constexpr std::int32_t fast_limit_hi = 0x4086232A;  // upper word of 708.3955078125
+    static constexpr std::int32_t fast_limit_hi = 0x4086232A; // upper word of 708.3955078125
     static constexpr double overflow_limit = 709.782712893384;    // largest argument with a finite result
     static constexpr double underflow_limit = -745.1332191019411; // smallest with a non-zero result
     static constexpr double normal_limit = -708.3964185322641;    // below it results are subnormal
@@ -39,23 +43,30 @@ struct ExpDouble {
     static constexpr int pair_shift = 4; // table index to bytes
     static_assert(sizeof(ExponentialPair) == 1 << pair_shift);
 
-    // The lanes where the upper word of |x| exceeds the limit: with the sign set, signed words order by
-    // magnitude. The upper word's comparison gives the lane's top bit.
-    template <class V> static unsigned special(V x) {
-        const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
-        return mask_of(std::bit_cast<IntegersOf<V>>(words > (fast_limit_hi | sign_bit<float>)));
+    // Where the upper word of |x| exceeds the limit.
+    static std::uint32_t special(double x) {
+        const auto upper = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(x) >> 32);
+        return (upper & 0x7FFFFFFF) + (0x7FFFFFFF - fast_limit_hi);
     }
 
     template <class V> static V value(V x) {
         const V shifted = x * inv_step + shifter;
         const V whole = shifted - shifter;
-        const V r = (x - whole * step_hi) - whole * step_lo;
-        const V p = r + r * r * (0.4999999999994775 +
-                                 r * (0.1666666666667797 + r * (0.04166672368662385 + r * 0.00833333416441411)));
+        const V reduced = x - whole * step_hi; // exact
+        const V tail = whole * step_lo;
+        const V r = reduced - tail;
+        // p(r) = reduced + rest, with nothing of r lost
+        const V square = r * r;
+        const V rest = square * ((0.4999999999994775 + r * 0.1666666666667797) +
+                                 square * (0.04166672368662385 + r * 0.00833333416441411)) - tail;
         const auto n = bits_of(shifted);
         V hi, lo;
         look_up(exponential_absolute, (n << pair_shift) & (63 << pair_shift), hi, lo);
-        const V mantissa = hi + (hi * p + lo);
+        // hi + (hi p + lo), its largest sum with the part that rounding takes away: only the last addition
+        // rounds at the result's last place
+        const V linear = hi * reduced;
+        const V leading = hi + linear;
+        const V mantissa = leading + (hi * rest + (lo + (linear - (leading - hi))));
         // M into the exponent: the bits of n above the low six, moved to the exponent's place. What the
         // shifter adds above them falls off the word.
         return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46));
