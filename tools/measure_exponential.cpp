@@ -186,7 +186,7 @@ void measure(const Group &group, int thread, long count, Worst &worst) {
                 result[lane] = r;
             }
         } else {
-            if (ExpDouble::special(x[0]) >> 31 || ExpDouble::special(x[1]) >> 31)
+            if (mask_of(ExpDouble::special(x)) != 0)
                 std::abort(); // the group's bounds are wrong
             result = ExpDouble::value(x);
         }

@@ -57,6 +57,9 @@ template <class I> I wrapping_sum(I a, I b) {
 inline unsigned mask_of(Lanes<std::int64_t> v) {
     return static_cast<unsigned>(_mm_movemask_pd(std::bit_cast<__m128d>(v)));
 }
+inline unsigned mask_of(Lanes<std::int32_t> v) {
+    return static_cast<unsigned>(_mm_movemask_ps(std::bit_cast<__m128>(v)));
+}
 
 // Both members of a pair of doubles for every lane, `offsets` being its distance in bytes, below 2^16.
 template <class Pair>

@@ -9,7 +9,7 @@
 //   struct F {
 //       static constexpr int pass = 16;                            // elements a pass
 //       static constexpr double padding = 0.5;                     // fills idle lanes, raises nothing
-//       static std::uint32_t special(double x);                    // top bit set: for eval; else for value
+//       template <class V> static IntegersOf<V> special(V x);      // top bit of a lane set: for eval
 //       template <class V> static V value(V x);                    // all other lanes
 //       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
@@ -80,11 +80,10 @@ template <class F, Name name, class T, bool strided>
                                              Vector<const T, strided> a, Vector<T, strided> r) {
     using V = Lanes<T>;
     const int registers = (count + lane_count<V> - 1) / lane_count<V>;
-    // In scalar registers, which are idle while the vector units work on the values.
-    std::uint32_t special = 0;
-    for (int k = 0; k < registers * lane_count<V>; ++k)
-        special |= F::special(from[k]);
-    const bool any_special = special >> 31;
+    IntegersOf<V> special{};
+    for (int k = 0; k < registers; ++k)
+        special |= F::special(load<V>(from + k * lane_count<V>));
+    const bool any_special = mask_of(special) != 0;
     T arguments[F::pass];
     if (any_special) [[unlikely]]
         std::copy_n(from, count, arguments);
@@ -96,7 +95,7 @@ template <class F, Name name, class T, bool strided>
     if (!any_special) [[likely]]
         return;
     for (int k = 0; k < count; ++k) {
-        if (!(F::special(arguments[k]) >> 31))
+        if (mask_of(F::special(broadcast<V>(arguments[k]))) == 0)
             continue;
         T result;
         const Status status = F::eval(arguments[k], result);

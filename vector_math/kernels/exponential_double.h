@@ -43,10 +43,11 @@ struct ExpDouble {
     static constexpr int pair_shift = 4; // table index to bytes
     static_assert(sizeof(ExponentialPair) == 1 << pair_shift);
 
-    // Where the upper word of |x| exceeds the limit.
-    static std::uint32_t special(double x) {
-        const auto upper = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(x) >> 32);
-        return (upper & 0x7FFFFFFF) + (0x7FFFFFFF - fast_limit_hi);
+    // Where the upper word of |x| exceeds the limit: with the sign set, signed words order by magnitude. The
+    // upper word's comparison gives the lane's top bit.
+    template <class V> static IntegersOf<V> special(V x) {
+        const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
+        return std::bit_cast<IntegersOf<V>>(words > (fast_limit_hi | sign_bit<float>));
     }
 
     template <class V> static V value(V x) {

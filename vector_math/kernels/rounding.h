@@ -22,7 +22,7 @@ template <class Rule, SseGuard guard> struct RoundingFunction {
     static constexpr double padding = 0.75;
     static constexpr SseGuard sse_guard = guard;
 
-    template <class T> static std::uint32_t special(T) { return 0; }
+    template <class V> static IntegersOf<V> special(V) { return IntegersOf<V>{}; }
 
     template <class V> static V value(V x) {
         using T = ElementOf<V>;
