@@ -142,7 +142,8 @@ TEST_F(RecordTest, StandardErrorLines) {
         if (qor_test_message_count() > 2) {
             EXPECT_STREQ(qor_test_message_text(0), "vdTest");
             EXPECT_EQ(qor_test_message_value(1), c.a1);
-            EXPECT_EQ(qor_test_message_value(qor_test_message_count() - 1), c.numbers.back() % 2 && c.numbers.back() > 758 ? c.r2 : qor_test_message_value(qor_test_message_count() - 1));
+const bool second_result = c.numbers.back() == 759 || c.numbers.back() == 766;
+            EXPECT_EQ(qor_test_message_value(qor_test_message_count() - 1), second_result ? c.r2 : c.r1) << c.code;
         }
     }
 }

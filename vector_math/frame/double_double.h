@@ -101,9 +101,12 @@ template <int Bits> using Real = std::conditional_t<(Bits > 54), DoubleDouble, d
 // Working precision of a function of T at an accuracy: rounding to T is then nearly all of the error of
 // the high one; the others stay inside 4 ulp, and inside half the digits.
 template <class T, Accuracy A = Accuracy::high>
-inline constexpr int working_bits = std::is_same_v<T, float>
-                                        ? (A == Accuracy::high ? 54 : A == Accuracy::low ? 26 : 15)
-                                        : (A == Accuracy::high ? 72 : A == Accuracy::low ? 54 : 30);
+inline constexpr int working_bits = std::is_same_v<T, float> ? (A == Accuracy::high  ? 54
+                                                                : A == Accuracy::low ? 26
+                                                                                     : 15)
+                                                             : (A == Accuracy::high  ? 72
+                                                                : A == Accuracy::low ? 54
+                                                                                     : 30);
 
 constexpr double to_double(double a) noexcept { return a; }
 constexpr double to_double(DoubleDouble a) noexcept { return a.hi + a.lo; }

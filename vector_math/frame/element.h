@@ -21,9 +21,7 @@
 
 namespace qor::fyn {
 
-template <class T> struct Complex {
-    T re, im;
-};
+template <class T> struct Complex { T re, im; };
 
 enum Status : std::int32_t {
     status_ok = 0,

@@ -79,6 +79,7 @@ void look_up(const Pair *table, Lanes<std::int64_t> offsets, Lanes<double> &firs
 template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();
 
 // 2^52 or 2^23: from here on every number is an integer.
-template <class T> inline constexpr T integers_from = T(std::uint64_t{1} << (std::numeric_limits<T>::digits - 1));
+template <class T>
+inline constexpr T integers_from = T(std::uint64_t{1} << (std::numeric_limits<T>::digits - 1));
 
 } // namespace qor::fyn

@@ -120,8 +120,8 @@ void copy_name(const char *name, FynErrorContext &record) {
 
 } // namespace
 
-bool serve_report(std::int32_t code, std::int32_t i, const void *a, std::size_t element_bytes, const char *name,
-                  FynErrorContext &record) {
+bool serve_report(std::int32_t code, std::int32_t i, const void *a, std::size_t element_bytes,
+                  const char *name, FynErrorContext &record) {
     FynThreadState &state = thread_state();
     const std::uint32_t mode = thread_mode(state);
     if ((mode & error_field) == FYN_ERRMODE_NOERR)
@@ -133,10 +133,11 @@ bool serve_report(std::int32_t code, std::int32_t i, const void *a, std::size_t 
     record.code = code;
     record.index = i;
     if (state.interf_input_vector != nullptr) {
-        const auto bytes = reinterpret_cast<std::intptr_t>(a) -
-                           reinterpret_cast<std::intptr_t>(state.interf_input_vector);
+        const auto bytes =
+            reinterpret_cast<std::intptr_t>(a) - reinterpret_cast<std::intptr_t>(state.interf_input_vector);
         const std::intptr_t elements = bytes / static_cast<std::intptr_t>(element_bytes);
-        record.index = static_cast<std::int32_t>(static_cast<std::uint32_t>(i) + static_cast<std::uint32_t>(elements));
+        record.index =
+            static_cast<std::int32_t>(static_cast<std::uint32_t>(i) + static_cast<std::uint32_t>(elements));
     }
     copy_name(name, record);
 

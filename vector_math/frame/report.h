@@ -12,8 +12,8 @@ namespace qor::fyn {
 
 // Serves one report by the calling thread's mode. The record comes with its values; code, index and
 // name are filled in here. True when the record's results are to be written back.
-bool serve_report(std::int32_t code, std::int32_t i, const void *a, std::size_t element_bytes, const char *name,
-                  FynErrorContext &record);
+bool serve_report(std::int32_t code, std::int32_t i, const void *a, std::size_t element_bytes,
+                  const char *name, FynErrorContext &record);
 
 constexpr bool has_values(std::int32_t code) {
     return code != status_bad_argument && code != status_bad_pointer;
@@ -33,8 +33,8 @@ template <class T> void take(Complex<T> &x, double re, double im) {
 // Reports element i of vector `a`, with its arguments as values: a kernel hands in what it read before
 // it stored. Out of line: no kernel wants this in its loop.
 template <class A, class B, class R1, class R2>
-[[gnu::noinline, gnu::cold]] void report_values(std::int32_t code, std::int32_t i, const A *a, A a1, B a2, R1 *r1,
-                                                R2 *r2, const char *name) {
+[[gnu::noinline, gnu::cold]] void report_values(std::int32_t code, std::int32_t i, const A *a, A a1, B a2,
+                                                R1 *r1, R2 *r2, const char *name) {
     constexpr std::size_t element_bytes = sizeof(A) > sizeof(R1) ? sizeof(A) : sizeof(R1);
     FynErrorContext record{};
     if (has_values(code)) {
@@ -53,7 +53,8 @@ template <class A, class B, class R1, class R2>
 // unstrided and strided. Code -1 and -2 touch no element.
 template <class T>
 void report_element(std::int32_t code, std::int32_t i, const T *a, std::int32_t inca, const T *b,
-                    std::int32_t incb, T *r1, std::int32_t incr1, T *r2, std::int32_t incr2, const char *name) {
+                    std::int32_t incb, T *r1, std::int32_t incr1, T *r2, std::int32_t incr2,
+                    const char *name) {
     T none{};
     auto at = [i](auto *v, std::int32_t inc) { return v + std::ptrdiff_t{inc} * i; };
     if (has_values(code))
@@ -62,7 +63,8 @@ void report_element(std::int32_t code, std::int32_t i, const T *a, std::int32_t 
         report_values(code, i, a, none, none, &none, &none, name);
 }
 template <class T>
-void report_element(std::int32_t code, std::int32_t i, const T *a, const T *b, T *r1, T *r2, const char *name) {
+void report_element(std::int32_t code, std::int32_t i, const T *a, const T *b, T *r1, T *r2,
+                    const char *name) {
     report_element(code, i, a, 1, b, 1, r1, 1, r2, 1, name);
 }
 

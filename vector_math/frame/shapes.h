@@ -39,7 +39,9 @@ template <std::size_t size> struct Name {
 template <class T, bool strided> struct Vector {
     T *start;
     std::int32_t increment;
-    T *at(std::int32_t i) const { return start + (strided ? std::ptrdiff_t{increment} * i : std::ptrdiff_t{i}); }
+    T *at(std::int32_t i) const {
+        return start + (strided ? std::ptrdiff_t{increment} * i : std::ptrdiff_t{i});
+    }
 };
 
 enum class Shape { one_one, two_one, one_two };
@@ -47,7 +49,8 @@ enum class Shape { one_one, two_one, one_two };
 // One element at a time.
 template <class F, Name name, Shape shape, class A, class B, class R1, class R2, bool strided>
 [[gnu::noinline]] void element_loop(std::int32_t n, const F *function, Vector<const A, strided> a,
-                                    Vector<const B, strided> b, Vector<R1, strided> r1, Vector<R2, strided> r2) {
+                                    Vector<const B, strided> b, Vector<R1, strided> r1,
+                                    Vector<R2, strided> r2) {
     for (std::int32_t i = 0; i < n; ++i) {
         const A x = *a.at(i);
         const B y = *b.at(i);
@@ -71,7 +74,9 @@ template <class F, Name name, Shape shape, class A, class B, class R1, class R2,
 }
 
 template <class F>
-concept LaneFunction = requires { F::pass; };
+concept LaneFunction = requires {
+    F::pass;
+};
 
 // One pass of lanes over `count` elements from i on; from and to are where its lanes read and write, whole
 // registers of them. Inlined, so that a full pass has a constant number of registers.
@@ -101,7 +106,8 @@ template <class F, Name name, class T, bool strided>
         const Status status = F::eval(arguments[k], result);
         *r.at(i + k) = result;
         if (status != status_ok)
-            report_values(status, i + k, a.start, arguments[k], arguments[k], r.at(i + k), r.at(i + k), name.text);
+            report_values(status, i + k, a.start, arguments[k], arguments[k], r.at(i + k), r.at(i + k),
+                          name.text);
     }
 }
 
@@ -114,7 +120,8 @@ template <class F, Name name, class T, bool strided>
     while (i < n) {
         const int count = std::min<std::int32_t>(n - i, F::pass);
         alignas(lane_bytes) T piece[F::pass], results[F::pass];
-        store(piece + (count - 1) / lane_count<Lanes<T>> * lane_count<Lanes<T>>, broadcast<Lanes<T>>(T(F::padding)));
+        store(piece + (count - 1) / lane_count<Lanes<T>> * lane_count<Lanes<T>>,
+              broadcast<Lanes<T>>(T(F::padding)));
         for (int k = 0; k < count; ++k)
             piece[k] = *a.at(i + k);
         lane_pass<F, name>(i, count, piece, results, a, r);
@@ -134,14 +141,16 @@ template <class F, Name name, class A, class R> struct OneInOneOut {
     }
 
   private:
-    template <bool with_increments> static void run(std::int32_t n, Vector<const A, with_increments> a, Vector<R, with_increments> r) {
+    template <bool with_increments>
+    static void run(std::int32_t n, Vector<const A, with_increments> a, Vector<R, with_increments> r) {
         if (n <= 0)
             return;
         if constexpr (LaneFunction<F>) {
             run_guarded<F>(&lane_loop<F, name, A, with_increments>, n, a, r);
         } else {
             constexpr F function{};
-            run_guarded<F>(&element_loop<F, name, Shape::one_one, A, A, R, R, with_increments>, n, &function, a, a, r, r);
+            run_guarded<F>(&element_loop<F, name, Shape::one_one, A, A, R, R, with_increments>, n, &function,
+                           a, a, r, r);
         }
     }
 };
@@ -149,7 +158,9 @@ template <class F, Name name, class A, class R> struct OneInOneOut {
 // Two in, one out, and its relatives -----------------------------------------------------------------
 
 template <class F, Name name, class T> struct TwoInOneOut {
-    static void contiguous(std::int32_t n, const T *a, const T *b, T *r) { run<false>(F{}, n, {a, 1}, {b, 1}, {r, 1}); }
+    static void contiguous(std::int32_t n, const T *a, const T *b, T *r) {
+        run<false>(F{}, n, {a, 1}, {b, 1}, {r, 1});
+    }
     static void strided(std::int32_t n, const T *a, std::int32_t inca, const T *b, std::int32_t incb, T *r,
                         std::int32_t incr) {
         if (inca == 1 && incb == 1 && incr == 1)
@@ -163,7 +174,8 @@ template <class F, Name name, class T> struct TwoInOneOut {
     static void run(const F &function, std::int32_t n, Vector<const T, with_increments> a,
                     Vector<const T, with_increments> b, Vector<T, with_increments> r) {
         if (n > 0)
-            run_guarded<F>(&element_loop<F, name, Shape::two_one, T, T, T, T, with_increments>, n, &function, a, b, r, r);
+            run_guarded<F>(&element_loop<F, name, Shape::two_one, T, T, T, T, with_increments>, n, &function,
+                           a, b, r, r);
     }
 };
 
@@ -183,20 +195,24 @@ template <class F, Name name, class T> struct VectorAndScalarPointer {
 };
 
 template <template <class> class F, Name name, class T> struct LinearFraction {
-    static void contiguous(std::int32_t n, const T *a, const T *b, T scale_a, T shift_a, T scale_b, T shift_b, T *r) {
-        TwoInOneOut<F<T>, name, T>::template run<false>({scale_a, shift_a, scale_b, shift_b}, n, {a, 1}, {b, 1}, {r, 1});
+    static void contiguous(std::int32_t n, const T *a, const T *b, T scale_a, T shift_a, T scale_b, T shift_b,
+                           T *r) {
+        TwoInOneOut<F<T>, name, T>::template run<false>({scale_a, shift_a, scale_b, shift_b}, n, {a, 1},
+                                                        {b, 1}, {r, 1});
     }
-    static void strided(std::int32_t n, const T *a, std::int32_t inca, const T *b, std::int32_t incb, T scale_a,
-                        T shift_a, T scale_b, T shift_b, T *r, std::int32_t incr) {
-        TwoInOneOut<F<T>, name, T>::template run<true>({scale_a, shift_a, scale_b, shift_b}, n, {a, inca}, {b, incb},
-                                                       {r, incr});
+    static void strided(std::int32_t n, const T *a, std::int32_t inca, const T *b, std::int32_t incb,
+                        T scale_a, T shift_a, T scale_b, T shift_b, T *r, std::int32_t incr) {
+        TwoInOneOut<F<T>, name, T>::template run<true>({scale_a, shift_a, scale_b, shift_b}, n, {a, inca},
+                                                       {b, incb}, {r, incr});
     }
 };
 
 // One in, two out -----------------------------------------------------------------------------------
 
 template <class F, Name name, class T> struct OneInTwoOut {
-    static void contiguous(std::int32_t n, const T *a, T *r1, T *r2) { run<false>(n, {a, 1}, {r1, 1}, {r2, 1}); }
+    static void contiguous(std::int32_t n, const T *a, T *r1, T *r2) {
+        run<false>(n, {a, 1}, {r1, 1}, {r2, 1});
+    }
     static void strided(std::int32_t n, const T *a, std::int32_t inca, T *r1, std::int32_t incr1, T *r2,
                         std::int32_t incr2) {
         run<true>(n, {a, inca}, {r1, incr1}, {r2, incr2});
@@ -208,7 +224,8 @@ template <class F, Name name, class T> struct OneInTwoOut {
                     Vector<T, with_increments> r2) {
         constexpr F function{};
         if (n > 0)
-            run_guarded<F>(&element_loop<F, name, Shape::one_two, T, T, T, T, with_increments>, n, &function, a, a, r1, r2);
+            run_guarded<F>(&element_loop<F, name, Shape::one_two, T, T, T, T, with_increments>, n, &function,
+                           a, a, r1, r2);
     }
 };
 

@@ -30,7 +30,9 @@ inline constexpr std::uint32_t spare_field = 0x30000u;
 inline constexpr std::uint32_t denormal_field = 0x3C0000u;
 inline constexpr std::uint32_t trap_field = 0xF000000u;
 
-constexpr bool flushes_denormals(std::uint32_t mode) { return (mode & denormal_field) == FYN_DENORM_FLUSH_ON; }
+constexpr bool flushes_denormals(std::uint32_t mode) {
+    return (mode & denormal_field) == FYN_DENORM_FLUSH_ON;
+}
 
 // A new mode merged into an old one: each field is replaced when it is given.
 constexpr std::uint32_t merge_modes(std::uint32_t old_mode, std::uint32_t new_mode) {

@@ -67,7 +67,9 @@ struct Div {
         return y == 0 && std::isfinite(x) && is_zero(y) ? status_singularity : status_ok;
     }
     // By the bits: with denormals taken as zero a comparison would call a denormal zero.
-    template <class T> static bool is_zero(T x) { return (std::bit_cast<IntegerOf<T>>(x) & ~sign_bit<T>) == 0; }
+    template <class T> static bool is_zero(T x) {
+        return (std::bit_cast<IntegerOf<T>>(x) & ~sign_bit<T>) == 0;
+    }
 };
 struct Inv {
     static constexpr X87Guard x87_guard = X87Guard::double_precision;

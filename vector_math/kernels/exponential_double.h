@@ -29,11 +29,11 @@ struct ExpDouble {
     static constexpr int pass = 16;
     static constexpr double padding = 0.0;
 
-    static constexpr double inv_step = 0x1.71547652b82fep+6;   // 64 / ln 2
-    static constexpr double shifter = 0x1.8p+52;               // rounds to an integer by addition
-    static constexpr double step_hi = 0x1.62e42fefap-7;        // ln2 / 64, its last 17 bits zero
-    static constexpr double step_lo = 0x1.cf79abc9e3b3ap-46;   // ln2 / 64 - step_hi
-    static constexpr std::int32_t fast_limit_hi = 0x4086232A; // upper word of 708.3955078125
+    static constexpr double inv_step = 0x1.71547652b82fep+6;      // 64 / ln 2
+    static constexpr double shifter = 0x1.8p+52;                  // rounds to an integer by addition
+    static constexpr double step_hi = 0x1.62e42fefap-7;           // ln2 / 64, its last 17 bits zero
+    static constexpr double step_lo = 0x1.cf79abc9e3b3ap-46;      // ln2 / 64 - step_hi
+    static constexpr std::int32_t fast_limit_hi = 0x4086232A;     // upper word of 708.3955078125
     static constexpr double overflow_limit = 709.782712893384;    // largest argument with a finite result
     static constexpr double underflow_limit = -745.1332191019411; // smallest with a non-zero result
     static constexpr double normal_limit = -708.3964185322641;    // below it results are subnormal
@@ -59,7 +59,8 @@ struct ExpDouble {
         // p(r) = reduced + rest, with nothing of r lost
         const V square = r * r;
         const V rest = square * ((0.4999999999994775 + r * 0.1666666666667797) +
-                                 square * (0.04166672368662385 + r * 0.00833333416441411)) - tail;
+                                 square * (0.04166672368662385 + r * 0.00833333416441411)) -
+                       tail;
         const auto n = bits_of(shifted);
         V hi, lo;
         look_up(exponential_absolute, (n << pair_shift) & (63 << pair_shift), hi, lo);
@@ -94,8 +95,13 @@ struct ExpDouble {
         const double shifted = x * inv_step + shifter;
         const double whole = shifted - shifter;
         const double r = whole * -step_hi + x + whole * -step_lo;
-        const double q = ((((0.0013888870459233254 * r + 0.008333341995140497) * r + 0.04166666666677052) * r +
-                           0.1666666666665788) * r + 0.5) * r * r + r;
+        const double q =
+            ((((0.0013888870459233254 * r + 0.008333341995140497) * r + 0.04166666666677052) * r +
+              0.1666666666665788) *
+                 r +
+             0.5) *
+                r * r +
+            r;
         const auto n = static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(shifted));
         const ExponentialPair &entry = exponential_relative[n & 63];
         const double hi = entry.hi, t = (q + entry.lo) * hi;

@@ -26,7 +26,8 @@ template <class Move> void by_width(std::int32_t width_flag, Move move) {
 
 template <class T> void copy_element(T *to, const T *from) { std::memcpy(to, from, sizeof(T)); }
 
-template <class T> void pack_by_increment(std::int64_t n, const T *a, std::int64_t inca, T *y, std::int32_t flag) {
+template <class T>
+void pack_by_increment(std::int64_t n, const T *a, std::int64_t inca, T *y, std::int32_t flag) {
     by_width(flag, [&](auto width) {
         using Integer = decltype(width);
         const Integer count = static_cast<Integer>(n);
@@ -36,7 +37,8 @@ template <class T> void pack_by_increment(std::int64_t n, const T *a, std::int64
     });
 }
 
-template <class T> void unpack_by_increment(std::int64_t n, const T *a, T *y, std::int64_t incy, std::int32_t flag) {
+template <class T>
+void unpack_by_increment(std::int64_t n, const T *a, T *y, std::int64_t incy, std::int32_t flag) {
     by_width(flag, [&](auto width) {
         using Integer = decltype(width);
         const Integer count = static_cast<Integer>(n);
@@ -46,7 +48,8 @@ template <class T> void unpack_by_increment(std::int64_t n, const T *a, T *y, st
     });
 }
 
-template <class T> void pack_by_index(std::int64_t n, const T *a, const void *index, T *y, std::int32_t flag) {
+template <class T>
+void pack_by_index(std::int64_t n, const T *a, const void *index, T *y, std::int32_t flag) {
     by_width(flag, [&](auto width) {
         using Integer = decltype(width);
         const Integer count = static_cast<Integer>(n);
@@ -56,7 +59,8 @@ template <class T> void pack_by_index(std::int64_t n, const T *a, const void *in
     });
 }
 
-template <class T> void unpack_by_index(std::int64_t n, const T *a, T *y, const void *index, std::int32_t flag) {
+template <class T>
+void unpack_by_index(std::int64_t n, const T *a, T *y, const void *index, std::int32_t flag) {
     by_width(flag, [&](auto width) {
         using Integer = decltype(width);
         const Integer count = static_cast<Integer>(n);
@@ -77,7 +81,8 @@ template <class T> void pack_by_mask(std::int64_t n, const T *a, const void *mas
     });
 }
 
-template <class T> void unpack_by_mask(std::int64_t n, const T *a, T *y, const void *mask, std::int32_t flag) {
+template <class T>
+void unpack_by_mask(std::int64_t n, const T *a, T *y, const void *mask, std::int32_t flag) {
     by_width(flag, [&](auto width) {
         using Integer = decltype(width);
         const Integer count = static_cast<Integer>(n);

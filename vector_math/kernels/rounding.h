@@ -1,8 +1,8 @@
 // Rounding to integers: Ceil, Floor, Trunc, Round, Rint, NearbyInt, and the parts Frac and Modf.
 //
 // Below 2^52 (2^23 in single precision) adding and subtracting that power, with the argument's sign, rounds
-// to an integer by the current rounding direction, exactly. From there on, and for NaN, the argument is its own
-// result, bit for bit. The directed roundings step from that integer to the wanted one, which makes them
+// to an integer by the current rounding direction, exactly. From there on, and for NaN, the argument is its
+// own result, bit for bit. The directed roundings step from that integer to the wanted one, which makes them
 // independent of the direction; the argument's sign is put back at the end, so that zeros keep theirs.
 #pragma once
 
@@ -13,10 +13,13 @@
 
 namespace qor::fyn {
 
-template <class V> V with_sign(V positive, IntegersOf<V> sign) { return from_bits<V>(bits_of(positive) | sign); }
+template <class V> V with_sign(V positive, IntegersOf<V> sign) {
+    return from_bits<V>(bits_of(positive) | sign);
+}
 template <class V> V magnitude(V x) { return from_bits<V>(bits_of(x) & ~sign_bit<ElementOf<V>>); }
 
-// Rounds in lanes by a rule on the argument, an integer beside it and its sign. No lane is special and nothing is reported.
+// Rounds in lanes by a rule on the argument, an integer beside it and its sign. No lane is special and
+// nothing is reported.
 template <class Rule, SseGuard guard> struct RoundingFunction {
     static constexpr int pass = 8;
     static constexpr double padding = 0.75;
@@ -34,7 +37,7 @@ template <class Rule, SseGuard guard> struct RoundingFunction {
         return from_bits<V>(bits_of(chosen) | sign);
     }
 
-    // Never called: no lane is special.
+    // One element, for functions built on this one; no lane is special.
     template <class T> static Status eval(T x, T &r) noexcept {
         r = value(broadcast<Lanes<T>>(x))[0];
         return status_ok;
