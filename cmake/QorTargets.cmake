@@ -20,17 +20,17 @@ function(qor_library_options target)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
 endfunction()
 
-# A shared library that exports exactly the names of its list. NAME is its file name where it is not the target's.
+# A shared library that exports exactly the names of its lists. NAME is its file name where it is not the target's.
 function(qor_shared_library target)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "EXPORTS;NAME" "SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "NAME" "EXPORTS;SOURCES")
   if(NOT arg_NAME)
     set(arg_NAME ${target})
   endif()
-  get_filename_component(list ${arg_EXPORTS} ABSOLUTE)
+  list(TRANSFORM arg_EXPORTS REPLACE "^([^/].*)" "${CMAKE_CURRENT_SOURCE_DIR}/\\1" OUTPUT_VARIABLE lists)
   set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}_exports.def)
-  add_custom_command(OUTPUT ${script} DEPENDS ${list} ${PROJECT_SOURCE_DIR}/tools/make_exports.py
-    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tools/make_exports.py ${QOR_OBJECT_FORMAT} ${arg_NAME} ${list}
-            ${script} VERBATIM)
+  add_custom_command(OUTPUT ${script} DEPENDS ${lists} ${PROJECT_SOURCE_DIR}/tools/make_exports.py
+    COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tools/make_exports.py ${QOR_OBJECT_FORMAT} ${arg_NAME} ${script}
+            ${lists} VERBATIM)
   add_custom_target(${target}_exports DEPENDS ${script})
   add_library(${target} SHARED ${arg_SOURCES})
   add_dependencies(${target} ${target}_exports)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks what a built library exports and what it needs at run time.
 
-usage: library_files_test.py LIBRARY EXPORT_LIST NEEDED_LIBRARY...
+usage: library_files_test.py LIBRARY EXPORT_LIST... -- NEEDED_LIBRARY...
 """
 
 import pathlib
@@ -26,8 +26,9 @@ def linux(library):
 
 
 def main():
-    library, export_list, *needed = sys.argv[1:]
-    lines = pathlib.Path(export_list).read_text().splitlines()
+    library, *rest = sys.argv[1:]
+    lists, needed = rest[:rest.index("--")], rest[rest.index("--") + 1:]
+    lines = [line for file in lists for line in pathlib.Path(file).read_text().splitlines()]
     listed = {line.split()[0] for line in lines if line.strip() and not line.startswith("#")}
     exported, imported = (windows if library.endswith(".dll") else linux)(library)
     print(f"{len(exported)} exports, needs {sorted(imported)}")

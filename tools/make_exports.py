@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the linker's export script (elf: version script, pe: module definition) from a list of names.
+"""Makes the linker's export script (elf: version script, pe: module definition) from lists of names.
 
-usage: make_exports.py elf|pe LIBRARY LIST OUTPUT
+usage: make_exports.py elf|pe LIBRARY OUTPUT LIST...
 """
 
 import pathlib
@@ -9,8 +9,8 @@ import sys
 
 
 def main():
-    system, library, list_file, output = sys.argv[1:]
-    lines = pathlib.Path(list_file).read_text().splitlines()
+    system, library, output, *lists = sys.argv[1:]
+    lines = [line for file in lists for line in pathlib.Path(file).read_text().splitlines()]
     names = [line.split() for line in lines if line.strip() and not line.startswith("#")]
     if system == "elf":
         text = "{\nglobal:\n" + "".join(f"  {name[0]};\n" for name in names) + "local:\n  *;\n};\n"

@@ -46,6 +46,15 @@ template <class V> V broadcast(ElementOf<V> x) { return V{} + x; }
 template <class V> IntegersOf<V> bits_of(V v) { return std::bit_cast<IntegersOf<V>>(v); }
 template <class V> V from_bits(IntegersOf<V> v) { return std::bit_cast<V>(v); }
 
+// f, which maps double lanes to double lanes, over single-precision lanes.
+template <class F> Lanes<float> through_double(Lanes<float> x, const F &f) {
+    const auto v = std::bit_cast<__m128>(x);
+    const auto low = std::bit_cast<Lanes<double>>(_mm_cvtps_pd(v));
+    const auto high = std::bit_cast<Lanes<double>>(_mm_cvtps_pd(_mm_movehl_ps(v, v)));
+    return std::bit_cast<Lanes<float>>(_mm_movelh_ps(_mm_cvtpd_ps(std::bit_cast<__m128d>(f(low))),
+                                                     _mm_cvtpd_ps(std::bit_cast<__m128d>(f(high)))));
+}
+
 // Integer lanes added modulo their width.
 template <class I> I wrapping_sum(I a, I b) {
     using Element = std::make_unsigned_t<std::remove_cvref_t<decltype(a[0])>>;

@@ -13,6 +13,7 @@
 //       template <class V> static V value(V x);                    // all other lanes
 //       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
+//   one in, two out: void value(V x, V &u, V &v), Status eval(double x, double &u, double &v)
 //
 // Tails and strided vectors run through the same lanes as full passes, so every element has the same
 // bits wherever it stands.
@@ -78,11 +79,13 @@ concept LaneFunction = requires {
     F::pass;
 };
 
-// One pass of lanes over `count` elements from i on; from and to are where its lanes read and write, whole
-// registers of them. Inlined, so that a full pass has a constant number of registers.
-template <class F, Name name, class T, bool strided>
-[[gnu::always_inline]] inline void lane_pass(std::int32_t i, int count, const T *from, T *to,
-                                             Vector<const T, strided> a, Vector<T, strided> r) {
+// One pass of lanes over `count` elements from i on; from, to and to2 are where its lanes read and write,
+// whole registers of them. Inlined, so that a full pass has a constant number of registers. One result: to2
+// and r2 are not used.
+template <class F, Name name, Shape shape, class T, bool strided>
+[[gnu::always_inline]] inline void lane_pass(std::int32_t i, int count, const T *from, T *to, T *to2,
+                                             Vector<const T, strided> a, Vector<T, strided> r,
+                                             Vector<T, strided> r2) {
     using V = Lanes<T>;
     const int registers = (count + lane_count<V> - 1) / lane_count<V>;
     IntegersOf<V> special{};
@@ -92,39 +95,59 @@ template <class F, Name name, class T, bool strided>
     T arguments[F::pass];
     if (any_special) [[unlikely]]
         std::copy_n(from, count, arguments);
-    for (int k = 0; k < registers; ++k)
-        store(to + k * lane_count<V>, F::value(load<V>(from + k * lane_count<V>)));
+    for (int k = 0; k < registers; ++k) {
+        const V x = load<V>(from + k * lane_count<V>);
+        if constexpr (shape == Shape::one_two) {
+            V u, v;
+            F::value(x, u, v);
+            store(to + k * lane_count<V>, u);
+            store(to2 + k * lane_count<V>, v);
+        } else {
+            store(to + k * lane_count<V>, F::value(x));
+        }
+    }
     if (to != r.at(i))
-        for (int k = 0; k < count; ++k)
+        for (int k = 0; k < count; ++k) {
             *r.at(i + k) = to[k];
+            if constexpr (shape == Shape::one_two)
+                *r2.at(i + k) = to2[k];
+        }
     if (!any_special) [[likely]]
         return;
     for (int k = 0; k < count; ++k) {
-        if (mask_of(F::special(broadcast<V>(arguments[k]))) == 0)
+        const T x = arguments[k];
+        if (mask_of(F::special(broadcast<V>(x))) == 0)
             continue;
-        T result;
-        const Status status = F::eval(arguments[k], result);
-        *r.at(i + k) = result;
+        T u;
+        Status status;
+        if constexpr (shape == Shape::one_two) {
+            T v;
+            status = F::eval(x, u, v);
+            *r2.at(i + k) = v;
+        } else {
+            status = F::eval(x, u);
+        }
+        *r.at(i + k) = u;
         if (status != status_ok)
-            report_values(status, i + k, a.start, arguments[k], arguments[k], r.at(i + k), r.at(i + k),
-                          name.text);
+            report_values(status, i + k, a.start, x, x, r.at(i + k), r2.at(i + k), name.text);
     }
 }
 
-template <class F, Name name, class T, bool strided>
-[[gnu::noinline]] void lane_loop(std::int32_t n, Vector<const T, strided> a, Vector<T, strided> r) {
+template <class F, Name name, Shape shape, class T, bool strided>
+[[gnu::noinline]] void lane_loop(std::int32_t n, Vector<const T, strided> a, Vector<T, strided> r,
+                                 Vector<T, strided> r2) {
     std::int32_t i = 0;
     if constexpr (!strided)
         for (; n - i >= F::pass; i += F::pass)
-            lane_pass<F, name>(i, F::pass, a.at(i), r.at(i), a, r);
+            lane_pass<F, name, shape>(i, F::pass, a.at(i), r.at(i), r2.at(i), a, r, r2);
     while (i < n) {
         const int count = std::min<std::int32_t>(n - i, F::pass);
-        alignas(lane_bytes) T piece[F::pass], results[F::pass];
+        alignas(lane_bytes) T piece[F::pass], results[F::pass], results2[F::pass];
         store(piece + (count - 1) / lane_count<Lanes<T>> * lane_count<Lanes<T>>,
               broadcast<Lanes<T>>(T(F::padding)));
         for (int k = 0; k < count; ++k)
             piece[k] = *a.at(i + k);
-        lane_pass<F, name>(i, count, piece, results, a, r);
+        lane_pass<F, name, shape>(i, count, piece, results, results2, a, r, r2);
         i += count;
     }
 }
@@ -146,7 +169,7 @@ template <class F, Name name, class A, class R> struct OneInOneOut {
         if (n <= 0)
             return;
         if constexpr (LaneFunction<F>) {
-            run_guarded<F>(&lane_loop<F, name, A, with_increments>, n, a, r);
+            run_guarded<F>(&lane_loop<F, name, Shape::one_one, A, with_increments>, n, a, r, r);
         } else {
             constexpr F function{};
             run_guarded<F>(&element_loop<F, name, Shape::one_one, A, A, R, R, with_increments>, n, &function,
@@ -222,10 +245,15 @@ template <class F, Name name, class T> struct OneInTwoOut {
     template <bool with_increments>
     static void run(std::int32_t n, Vector<const T, with_increments> a, Vector<T, with_increments> r1,
                     Vector<T, with_increments> r2) {
-        constexpr F function{};
-        if (n > 0)
+        if (n <= 0)
+            return;
+        if constexpr (LaneFunction<F>) {
+            run_guarded<F>(&lane_loop<F, name, Shape::one_two, T, with_increments>, n, a, r1, r2);
+        } else {
+            constexpr F function{};
             run_guarded<F>(&element_loop<F, name, Shape::one_two, T, T, T, T, with_increments>, n, &function,
                            a, a, r1, r2);
+        }
     }
 };
 
