@@ -87,6 +87,25 @@ void look_up(const Pair *table, Lanes<std::int64_t> offsets, Lanes<double> &firs
 
 template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();
 
+// The same for pair n mod size, a power of two. The indices go through the integer unit, which straight-line
+// lane code leaves idle.
+template <std::size_t size, class Pair>
+void look_up_modulo(const Pair (&table)[size], Lanes<std::int64_t> n, Lanes<double> &first,
+                    Lanes<double> &second) {
+    static_assert(sizeof(Pair) == lane_bytes && (size & (size - 1)) == 0);
+    const auto pair = [&table](std::int64_t index) {
+        Lanes<double> v;
+        std::memcpy(&v, &table[static_cast<std::uint64_t>(index) % size], sizeof v);
+        return v;
+    };
+    const auto words = std::bit_cast<__m128i>(n);
+    // A shuffle with a target of its own: others wait for what their register held before.
+    const auto swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
+    const auto low = pair(_mm_cvtsi128_si64(words)), high = pair(_mm_cvtsi128_si64(swapped));
+    first = _mm_unpacklo_pd(low, high);
+    second = _mm_unpackhi_pd(low, high);
+}
+
 // 2^52 or 2^23: from here on every number is an integer.
 template <class T>
 inline constexpr T integers_from = T(std::uint64_t{1} << (std::numeric_limits<T>::digits - 1));

@@ -14,6 +14,8 @@
 //       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
 //   one in, two out: void value(V x, V &u, V &v), Status eval(double x, double &u, double &v)
+//   Where value keeps the lanes busy, the test may run beside it in the integer unit:
+//       static std::int64_t special_bits(double x);                // for one element, instead of special
 //
 // Tails and strided vectors run through the same lanes as full passes, so every element has the same
 // bits wherever it stands.
@@ -79,6 +81,29 @@ concept LaneFunction = requires {
     F::pass;
 };
 
+template <class F, class T> [[gnu::always_inline]] inline bool is_special(T x) {
+    if constexpr (requires { F::special_bits(x); })
+        return F::special_bits(x) < 0;
+    else
+        return mask_of(F::special(broadcast<Lanes<T>>(x))) != 0;
+}
+
+// Whether any of `count` elements is special; whole registers are read.
+template <class F, class T> [[gnu::always_inline]] inline bool any_special(const T *from, int count) {
+    if constexpr (requires { F::special_bits(*from); }) {
+        IntegerOf<T> special = 0;
+        for (int k = 0; k < count; ++k)
+            special |= F::special_bits(from[k]);
+        return special < 0;
+    } else {
+        using V = Lanes<T>;
+        IntegersOf<V> special{};
+        for (int k = 0; k < count; k += lane_count<V>)
+            special |= F::special(load<V>(from + k));
+        return mask_of(special) != 0;
+    }
+}
+
 // One pass of lanes over `count` elements from i on; from, to and to2 are where its lanes read and write,
 // whole registers of them. Inlined, so that a full pass has a constant number of registers. One result: to2
 // and r2 are not used.
@@ -88,12 +113,9 @@ template <class F, Name name, Shape shape, class T, bool strided>
                                              Vector<T, strided> r2) {
     using V = Lanes<T>;
     const int registers = (count + lane_count<V> - 1) / lane_count<V>;
-    IntegersOf<V> special{};
-    for (int k = 0; k < registers; ++k)
-        special |= F::special(load<V>(from + k * lane_count<V>));
-    const bool any_special = mask_of(special) != 0;
+    const bool some_special = any_special<F>(from, count);
     T arguments[F::pass];
-    if (any_special) [[unlikely]]
+    if (some_special) [[unlikely]]
         std::copy_n(from, count, arguments);
     for (int k = 0; k < registers; ++k) {
         const V x = load<V>(from + k * lane_count<V>);
@@ -112,11 +134,11 @@ template <class F, Name name, Shape shape, class T, bool strided>
             if constexpr (shape == Shape::one_two)
                 *r2.at(i + k) = to2[k];
         }
-    if (!any_special) [[likely]]
+    if (!some_special) [[likely]]
         return;
     for (int k = 0; k < count; ++k) {
         const T x = arguments[k];
-        if (mask_of(F::special(broadcast<V>(x))) == 0)
+        if (!is_special<F>(x))
             continue;
         T u;
         Status status;

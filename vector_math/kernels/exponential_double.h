@@ -5,13 +5,13 @@
 // ln2/64 stands in two parts, the leading one short enough for an exact product with 64 M + j.
 //
 // Lanes: degree 5, its approximation error below 2^-59 of the result. The linear term takes the reduced
-// argument before its tail rounds it, and its sum with the table's leading part keeps what rounding takes
-// away; so only the last addition rounds at the result's last place. Arguments from 708.3955 in magnitude on
-// are special.
+// argument before its tail rounds it, and the table's tail is multiplied too, so that besides the polynomial
+// only two roundings of the linear term (2^-8 ulp each) and the last one count. Arguments from 708.3955 in
+// magnitude on are special.
 // Special: degree 6, the result scaled in one rounding where it is subnormal.
 //
-// Largest errors measured by tools/measure_exponential.cpp, in ulp (docs/accuracy.md): lanes 0.517699 at
-// 0x1.a29b5398f9d01p+7; special path, normal results 0.514412 at 0x1.6286c09f1eb9ep+9, subnormal results
+// Largest errors measured by tools/measure_exponential.cpp, in ulp (docs/accuracy.md): lanes 0.519300 at
+// 0x1.0e4b7f2dd2d8ap+7; special path, normal results 0.514412 at 0x1.6286c09f1eb9ep+9, subnormal results
 // 0.503859 at -0x1.6243f40428cacp+9.
 #pragma once
 
@@ -40,14 +40,11 @@ struct ExpDouble {
     static constexpr double two_1023 = 0x1p+1023;
     static constexpr double split = 0x1.8p+32;
     static constexpr double two_m60 = 0x1p-60;
-    static constexpr int pair_shift = 4; // table index to bytes
-    static_assert(sizeof(ExponentialPair) == 1 << pair_shift);
 
-    // Where the upper word of |x| exceeds the limit: with the sign set, signed words order by magnitude. The
-    // upper word's comparison gives the lane's top bit.
-    template <class V> static IntegersOf<V> special(V x) {
-        const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
-        return std::bit_cast<IntegersOf<V>>(words > (fast_limit_hi | sign_bit<float>));
+    // Negative where the upper word of |x| exceeds the limit.
+    static std::int64_t special_bits(double x) {
+        const auto magnitude = static_cast<std::int64_t>(std::bit_cast<std::uint64_t>(x) >> 32 & 0x7FFFFFFF);
+        return fast_limit_hi - magnitude;
     }
 
     template <class V> static V value(V x) {
@@ -63,12 +60,10 @@ struct ExpDouble {
                        tail;
         const auto n = bits_of(shifted);
         V hi, lo;
-        look_up(exponential_absolute, (n << pair_shift) & (63 << pair_shift), hi, lo);
-        // hi + (hi p + lo), its largest sum with the part that rounding takes away: only the last addition
-        // rounds at the result's last place
-        const V linear = hi * reduced;
-        const V leading = hi + linear;
-        const V mantissa = leading + (hi * rest + (lo + (linear - (leading - hi))));
+        look_up_modulo(exponential_absolute, n, hi, lo);
+        // hi + (hi p + lo (1 + p)) with the large part of p by itself: two roundings at its last place, then
+        // the result's
+        const V mantissa = hi + (hi * reduced + (hi * rest + (lo + lo * reduced)));
         // M into the exponent: the bits of n above the low six, moved to the exponent's place. What the
         // shifter adds above them falls off the word.
         return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46));
