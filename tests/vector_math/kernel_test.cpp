@@ -1,6 +1,7 @@
 // Properties of every kernel: position and length do not matter, nothing outside is touched; and the exact
 // members against independent computation.
 #include "support/functions.h"
+#include "support/result_hash.h"
 
 #include "qor_fyn.h"
 #include "vector_math/kernels/exponential_tables.h"
@@ -86,14 +87,11 @@ TEST(Kernels, SameBitsEverywhere) {
     _fynSetMode(old);
 }
 
-// Writes a hash of every kernel's results to the file that QOR_HASH_FILE names: the test script compares
-// these files of all builds and both systems. The bits of a NaN are free where a kernel makes one.
 TEST(Kernels, WriteResultHashes) {
-    const char *file_name = std::getenv("QOR_HASH_FILE");
-    if (file_name == nullptr)
+    test::HashFile file;
+    if (!file.wanted())
         GTEST_SKIP() << "QOR_HASH_FILE is not set";
-    std::FILE *file = std::fopen(file_name, "wb");
-    ASSERT_NE(file, nullptr) << file_name;
+    ASSERT_TRUE(file.is_open());
     const std::uint32_t old = _fynSetMode(FYN_ERRMODE_NOERR);
     constexpr std::size_t count = 500;
     for (const FunctionRow &row : test::function_rows()) {
@@ -104,19 +102,12 @@ TEST(Kernels, WriteResultHashes) {
         for (int slot = 0; slot < 3; ++slot) {
             std::vector<char> r1(count * rs * size), r2(r1.size());
             test::call(row, slot, count, a.data(), 1, b.data(), 1, r1.data(), 1, r2.data(), 1);
-            std::uint64_t hash = 0xCBF29CE484222325; // FNV-1a over the words
-            for (const auto *r : {&r1, &r2})
-                for (std::size_t i = 0; i < r->size(); i += size) {
-                    std::uint64_t word = 0;
-                    std::memcpy(&word, r->data() + i, size);
-                    const bool nan = size == 4 ? (word & 0x7FFFFFFF) > 0x7F800000 : (word << 1) > (0x7FFull << 53);
-                    hash = (hash ^ (nan ? 1 : word)) * 0x100000001B3;
-                }
-            std::fprintf(file, "%s%s %016llx\n", row.stem().c_str(), test::slot_suffix(row, slot),
-                         static_cast<unsigned long long>(hash));
+            test::ResultHash hash;
+            hash.add(r1.data(), r1.size(), size);
+            hash.add(r2.data(), r2.size(), size);
+            file.write(row.stem() + test::slot_suffix(row, slot), hash);
         }
     }
-    EXPECT_EQ(std::fclose(file), 0);
     _fynSetMode(old);
 }
 

@@ -15,6 +15,7 @@
 // with round to nearest and all exceptions masked unless the struct names another guard (see guard.h):
 //   static constexpr X87Guard x87_guard = X87Guard::extended;    // uses long double
 //   static constexpr SseGuard sse_guard = SseGuard::masks_only;  // keeps the caller's rounding
+//   template <class T> static constexpr SseGuard sse_guard_for;  // where it depends on the element type
 #pragma once
 
 #include <cstdint>

@@ -105,17 +105,20 @@ template <class F> consteval X87Guard x87_guard_of() {
     else
         return X87Guard::masks_only;
 }
-template <class F> consteval SseGuard sse_guard_of() {
-    if constexpr (requires { F::sse_guard; })
+template <class F, class T> consteval SseGuard sse_guard_of() {
+    if constexpr (requires { F::template sse_guard_for<T>; })
+        return F::template sse_guard_for<T>;
+    else if constexpr (requires { F::sse_guard; })
         return F::sse_guard;
     else
         return SseGuard::mode_driven;
 }
 
-// Runs `work`, a function that is never inlined, in the environment of function F.
-template <class F, class... Arguments> void run_guarded(void (*work)(Arguments...), Arguments... arguments) {
+// Runs `work`, a function that is never inlined, in the environment of function F over elements of type T.
+template <class F, class T, class... Arguments>
+void run_guarded(void (*work)(Arguments...), Arguments... arguments) {
     X87Environment<x87_guard_of<F>()> x87;
-    SseEnvironment sse(sse_guard_of<F>());
+    SseEnvironment sse(sse_guard_of<F, T>());
     work(arguments...);
 }
 

@@ -13,7 +13,9 @@
 //       template <class V> static V value(V x);                    // all other lanes
 //       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
-//   one in, two out: void value(V x, V &u, V &v), Status eval(double x, double &u, double &v)
+//   two in, one out: special(V x, V y), V value(V x, V y), eval(double x, double y, double &r)
+//   one in, two out: void value(V x, V &u, V &v), eval(double x, double &u, double &v)
+//   Without `special` no lane is, and eval is not needed.
 //   Where value keeps the lanes busy, the test may run beside it in the integer unit:
 //       static std::int64_t special_bits(double x);                // for one element, instead of special
 //
@@ -29,6 +31,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace qor::fyn {
 
@@ -81,96 +84,176 @@ concept LaneFunction = requires {
     F::pass;
 };
 
-template <class F, class T> [[gnu::always_inline]] inline bool is_special(T x) {
-    if constexpr (requires { F::special_bits(x); })
-        return F::special_bits(x) < 0;
-    else
-        return mask_of(F::special(broadcast<Lanes<T>>(x))) != 0;
-}
+// The vectors of a call: with one argument b is a, with one result r2 is r1.
+template <class T, bool strided> struct Vectors {
+    Vector<const T, strided> a, b;
+    Vector<T, strided> r1, r2;
+};
 
-// Whether any of `count` elements is special; whole registers are read.
-template <class F, class T> [[gnu::always_inline]] inline bool any_special(const T *from, int count) {
-    if constexpr (requires { F::special_bits(*from); }) {
-        IntegerOf<T> special = 0;
-        for (int k = 0; k < count; ++k)
-            special |= F::special_bits(from[k]);
-        return special < 0;
-    } else {
+// Where the lanes of a pass read and write, whole registers of them. A repeated second argument is one
+// element.
+template <class T> struct Lines {
+    const T *x, *y;
+    T *u, *v;
+};
+
+// One or two arguments of a function. repeated: the second is the same element in every lane.
+template <Shape shape, bool repeated> struct Arguments {
+    template <class V, class T> [[gnu::always_inline]] static V second(const Lines<T> &lines, int k) {
+        if constexpr (repeated)
+            return broadcast<V>(*lines.y);
+        else
+            return load<V>(lines.y + k);
+    }
+
+    // Whether any of `count` elements is special; whole registers are read.
+    template <class F, class T>
+    [[gnu::always_inline]] static bool any_special(const Lines<T> &lines, int count) {
         using V = Lanes<T>;
-        IntegersOf<V> special{};
-        for (int k = 0; k < count; k += lane_count<V>)
-            special |= F::special(load<V>(from + k));
-        return mask_of(special) != 0;
+        if constexpr (requires(T x) { F::special_bits(x); }) {
+            IntegerOf<T> special = 0;
+            for (int k = 0; k < count; ++k)
+                special |= F::special_bits(lines.x[k]);
+            return special < 0;
+        } else if constexpr (requires(V x) { F::special(x); }) {
+            IntegersOf<V> special{};
+            for (int k = 0; k < count; k += lane_count<V>)
+                special |= F::special(load<V>(lines.x + k));
+            return mask_of(special) != 0;
+        } else if constexpr (requires(V x) { F::special(x, x); }) {
+            IntegersOf<V> special{};
+            for (int k = 0; k < count; k += lane_count<V>)
+                special |= F::special(load<V>(lines.x + k), second<V>(lines, k));
+            return mask_of(special) != 0;
+        }
+        return false;
+    }
+
+    // One element and what eval makes of it, where it is special; y is not used with one argument.
+    template <class F, class T> static bool settle(const F &function, T x, T y, T &u, T &v, Status &status) {
+        const Lines<T> lines{&x, &y, nullptr, nullptr};
+        if constexpr (requires { F::special_bits(x); }) {
+            if (!any_special<F>(lines, 1))
+                return false;
+        } else if constexpr (shape == Shape::two_one) {
+            if (mask_of(F::special(broadcast<Lanes<T>>(x), broadcast<Lanes<T>>(y))) == 0)
+                return false;
+        } else {
+            if (mask_of(F::special(broadcast<Lanes<T>>(x))) == 0)
+                return false;
+        }
+        if constexpr (shape == Shape::two_one)
+            status = function.eval(x, y, u);
+        else if constexpr (shape == Shape::one_two)
+            status = function.eval(x, u, v);
+        else
+            status = function.eval(x, u);
+        return true;
+    }
+};
+
+template <class F, class T>
+concept HasSpecialLanes = requires(T x) {
+    F::special_bits(x);
+} || requires(Lanes<T> x) {
+    F::special(x);
+} || requires(Lanes<T> x) {
+    F::special(x, x);
+};
+
+// The special ones of a pass that begins with element i.
+template <class F, Name name, class Arguments, Shape shape, class T, bool strided>
+[[gnu::noinline, gnu::cold]] void settle_special(const F &function, std::int32_t i, int count, const T *x,
+                                                 const T *y, const Vectors<T, strided> &vectors) {
+    for (int k = 0; k < count; ++k) {
+        T u, v;
+        Status status;
+        if (!Arguments::settle(function, x[k], y[k], u, v, status))
+            continue;
+        *vectors.r1.at(i + k) = u;
+        if constexpr (shape == Shape::one_two)
+            *vectors.r2.at(i + k) = v;
+        if (status != status_ok)
+            report_values(status, i + k, vectors.a.start, x[k], y[k], vectors.r1.at(i + k),
+                          vectors.r2.at(i + k), name.text);
     }
 }
 
-// One pass of lanes over `count` elements from i on; from, to and to2 are where its lanes read and write,
-// whole registers of them. Inlined, so that a full pass has a constant number of registers. One result: to2
-// and r2 are not used.
-template <class F, Name name, Shape shape, class T, bool strided>
-[[gnu::always_inline]] inline void lane_pass(std::int32_t i, int count, const T *from, T *to, T *to2,
-                                             Vector<const T, strided> a, Vector<T, strided> r,
-                                             Vector<T, strided> r2) {
+// One pass of lanes over `count` elements from i on. Inlined, so that a full pass has a constant number of
+// registers. The results go to the vectors from `lines` where they are not there yet.
+template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
+[[gnu::always_inline]] inline void lane_pass(const F &function, std::int32_t i, int count,
+                                             const Lines<T> &lines, const Vectors<T, strided> &vectors) {
     using V = Lanes<T>;
-    const int registers = (count + lane_count<V> - 1) / lane_count<V>;
-    const bool some_special = any_special<F>(from, count);
-    T arguments[F::pass];
-    if (some_special) [[unlikely]]
-        std::copy_n(from, count, arguments);
-    for (int k = 0; k < registers; ++k) {
-        const V x = load<V>(from + k * lane_count<V>);
+    using Arguments = Arguments<shape, repeated>;
+    const bool some_special = Arguments::template any_special<F>(lines, count);
+    T x[F::pass], y[F::pass];
+    if (some_special) [[unlikely]] {
+        std::copy_n(lines.x, count, x);
+        for (int k = 0; k < count; ++k)
+            y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
+    }
+    for (int k = 0; k < count; k += lane_count<V>) {
+        const V a = load<V>(lines.x + k);
         if constexpr (shape == Shape::one_two) {
             V u, v;
-            F::value(x, u, v);
-            store(to + k * lane_count<V>, u);
-            store(to2 + k * lane_count<V>, v);
+            function.value(a, u, v);
+            store(lines.u + k, u);
+            store(lines.v + k, v);
+        } else if constexpr (shape == Shape::two_one) {
+            store(lines.u + k, function.value(a, Arguments::template second<V>(lines, k)));
         } else {
-            store(to + k * lane_count<V>, F::value(x));
+            store(lines.u + k, function.value(a));
         }
     }
-    if (to != r.at(i))
+    if (lines.u != vectors.r1.at(i))
         for (int k = 0; k < count; ++k) {
-            *r.at(i + k) = to[k];
+            *vectors.r1.at(i + k) = lines.u[k];
             if constexpr (shape == Shape::one_two)
-                *r2.at(i + k) = to2[k];
+                *vectors.r2.at(i + k) = lines.v[k];
         }
-    if (!some_special) [[likely]]
-        return;
-    for (int k = 0; k < count; ++k) {
-        const T x = arguments[k];
-        if (!is_special<F>(x))
-            continue;
-        T u;
-        Status status;
-        if constexpr (shape == Shape::one_two) {
-            T v;
-            status = F::eval(x, u, v);
-            *r2.at(i + k) = v;
-        } else {
-            status = F::eval(x, u);
-        }
-        *r.at(i + k) = u;
-        if (status != status_ok)
-            report_values(status, i + k, a.start, x, x, r.at(i + k), r2.at(i + k), name.text);
-    }
+    if constexpr (HasSpecialLanes<F, T>)
+        if (some_special) [[unlikely]]
+            settle_special<F, name, Arguments, shape>(function, i, count, x, y, vectors);
 }
 
-template <class F, Name name, Shape shape, class T, bool strided>
-[[gnu::noinline]] void lane_loop(std::int32_t n, Vector<const T, strided> a, Vector<T, strided> r,
-                                 Vector<T, strided> r2) {
+template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
+[[gnu::noinline]] void lane_loop(std::int32_t n, const F *function, const Vectors<T, strided> *vectors) {
+    const Vectors<T, strided> w = *vectors;
     std::int32_t i = 0;
     if constexpr (!strided)
         for (; n - i >= F::pass; i += F::pass)
-            lane_pass<F, name, shape>(i, F::pass, a.at(i), r.at(i), r2.at(i), a, r, r2);
+            lane_pass<F, name, shape, repeated, T>(
+                *function, i, F::pass, {w.a.at(i), repeated ? w.b.start : w.b.at(i), w.r1.at(i), w.r2.at(i)},
+                w);
     while (i < n) {
         const int count = std::min<std::int32_t>(n - i, F::pass);
-        alignas(lane_bytes) T piece[F::pass], results[F::pass], results2[F::pass];
-        store(piece + (count - 1) / lane_count<Lanes<T>> * lane_count<Lanes<T>>,
-              broadcast<Lanes<T>>(T(F::padding)));
-        for (int k = 0; k < count; ++k)
-            piece[k] = *a.at(i + k);
-        lane_pass<F, name, shape>(i, count, piece, results, results2, a, r, r2);
+        constexpr int lanes = lane_count<Lanes<T>>;
+        const int last = (count - 1) / lanes * lanes;
+        alignas(lane_bytes) T x[F::pass], y[F::pass], u[F::pass], v[F::pass];
+        store(x + last, broadcast<Lanes<T>>(T(F::padding)));
+        store(y + last, broadcast<Lanes<T>>(T(F::padding)));
+        for (int k = 0; k < count; ++k) {
+            x[k] = *w.a.at(i + k);
+            if constexpr (shape == Shape::two_one && !repeated)
+                y[k] = *w.b.at(i + k);
+        }
+        lane_pass<F, name, shape, repeated, T>(*function, i, count, {x, repeated ? w.b.start : y, u, v}, w);
         i += count;
+    }
+}
+
+// Lanes or elements, as the function comes; in the function's environment.
+template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
+void run_over(std::int32_t n, const F &function, Vectors<T, strided> vectors) {
+    if (n <= 0)
+        return;
+    if constexpr (LaneFunction<F>) {
+        const Vectors<T, strided> *const address = &vectors;
+        run_guarded<F, T>(&lane_loop<F, name, shape, repeated, T, strided>, n, &function, address);
+    } else {
+        run_guarded<F, T>(&element_loop<F, name, shape, T, T, T, T, strided>, n, &function, vectors.a, vectors.b,
+                          vectors.r1, vectors.r2);
     }
 }
 
@@ -188,15 +271,12 @@ template <class F, Name name, class A, class R> struct OneInOneOut {
   private:
     template <bool with_increments>
     static void run(std::int32_t n, Vector<const A, with_increments> a, Vector<R, with_increments> r) {
-        if (n <= 0)
-            return;
-        if constexpr (LaneFunction<F>) {
-            run_guarded<F>(&lane_loop<F, name, Shape::one_one, A, with_increments>, n, a, r, r);
-        } else {
-            constexpr F function{};
-            run_guarded<F>(&element_loop<F, name, Shape::one_one, A, A, R, R, with_increments>, n, &function,
-                           a, a, r, r);
-        }
+        constexpr F function{};
+        if constexpr (std::is_same_v<A, R>)
+            run_over<F, name, Shape::one_one, false, A, with_increments>(n, function, {a, a, r, r});
+        else if (n > 0)
+            run_guarded<F, A>(&element_loop<F, name, Shape::one_one, A, A, R, R, with_increments>, n,
+                              &function, a, a, r, r);
     }
 };
 
@@ -214,20 +294,27 @@ template <class F, Name name, class T> struct TwoInOneOut {
             run<true>(F{}, n, {a, inca}, {b, incb}, {r, incr});
     }
 
-    // A vector b of one repeated element has increment 0.
     template <bool with_increments>
     static void run(const F &function, std::int32_t n, Vector<const T, with_increments> a,
                     Vector<const T, with_increments> b, Vector<T, with_increments> r) {
-        if (n > 0)
-            run_guarded<F>(&element_loop<F, name, Shape::two_one, T, T, T, T, with_increments>, n, &function,
-                           a, b, r, r);
+        run_over<F, name, Shape::two_one, false, T, with_increments>(n, function, {a, b, r, r});
     }
 };
 
 template <class F, Name name, class T> struct VectorAndScalar {
-    static void contiguous(std::int32_t n, const T *a, T b, T *r) { strided(n, a, 1, b, r, 1); }
+    static void contiguous(std::int32_t n, const T *a, T b, T *r) { run(n, a, 1, &b, r, 1); }
     static void strided(std::int32_t n, const T *a, std::int32_t inca, T b, T *r, std::int32_t incr) {
-        TwoInOneOut<F, name, T>::template run<true>(F{}, n, {a, inca}, {&b, 0}, {r, incr});
+        run(n, a, inca, &b, r, incr);
+    }
+
+    // An element function takes the scalar as a vector of increment 0.
+    static void run(std::int32_t n, const T *a, std::int32_t inca, const T *b, T *r, std::int32_t incr) {
+        constexpr F function{};
+        if (LaneFunction<F> && inca == 1 && incr == 1)
+            run_over<F, name, Shape::two_one, true, T, false>(n, function, {{a, 1}, {b, 1}, {r, 1}, {r, 1}});
+        else
+            run_over<F, name, Shape::two_one, LaneFunction<F>, T, true>(
+                n, function, {{a, inca}, {b, 0}, {r, incr}, {r, incr}});
     }
 };
 
@@ -235,7 +322,7 @@ template <class F, Name name, class T> struct VectorAndScalar {
 template <class F, Name name, class T> struct VectorAndScalarPointer {
     static void contiguous(std::int32_t n, const T *a, const T *b, T *r) { strided(n, a, 1, b, r, 1); }
     static void strided(std::int32_t n, const T *a, std::int32_t inca, const T *b, T *r, std::int32_t incr) {
-        TwoInOneOut<F, name, T>::template run<true>(F{}, n, {a, inca}, {b, 0}, {r, incr});
+        VectorAndScalar<F, name, T>::run(n, a, inca, b, r, incr);
     }
 };
 
@@ -267,15 +354,8 @@ template <class F, Name name, class T> struct OneInTwoOut {
     template <bool with_increments>
     static void run(std::int32_t n, Vector<const T, with_increments> a, Vector<T, with_increments> r1,
                     Vector<T, with_increments> r2) {
-        if (n <= 0)
-            return;
-        if constexpr (LaneFunction<F>) {
-            run_guarded<F>(&lane_loop<F, name, Shape::one_two, T, with_increments>, n, a, r1, r2);
-        } else {
-            constexpr F function{};
-            run_guarded<F>(&element_loop<F, name, Shape::one_two, T, T, T, T, with_increments>, n, &function,
-                           a, a, r1, r2);
-        }
+        constexpr F function{};
+        run_over<F, name, Shape::one_two, false, T, with_increments>(n, function, {a, a, r1, r2});
     }
 };
 
