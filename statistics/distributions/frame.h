@@ -1,0 +1,68 @@
+// What the distributions share: uniform numbers from a stream, and the bracket in which they call vector
+// math.
+//
+// A generator that transforms uniform numbers works in blocks: one request to the stream, then whole-vector
+// functions through their dispatch tables, all while the block is in the first-level cache. It sets the
+// thread's vector-math mode to "callback only" and puts a callback of its own in place, which gives finite
+// values for the logarithm of 0 and its like; both are put back on every path.
+#pragma once
+
+#include "qor_fyn.h"
+#include "statistics/streams/registry.h"
+
+#include <cstdint>
+
+namespace qor::bex {
+
+inline constexpr std::int32_t block = 1024;            // variates a block
+inline constexpr std::int32_t accurate_flag = 1 << 30; // of a method: results stay in the support
+
+// Uniform numbers on [a, b) from the stream's generator; its status.
+std::int32_t uniform(Stream &stream, std::int32_t n, float *r, float a, float b);
+std::int32_t uniform(Stream &stream, std::int32_t n, double *r, double a, double b);
+
+// For the lifetime of an object: errors of vector math go to `callback` alone.
+class VectorMathBracket {
+  public:
+    explicit VectorMathBracket(FynErrorCallBack callback)
+        : mode_(qor_fyn_kernel_SetMode(FYN_ERRMODE_CALLBACK)),
+          callback_(qor_fyn_kernel_SetErrorCallBack(callback)) {}
+    ~VectorMathBracket() {
+        qor_fyn_kernel_SetErrorCallBack(callback_);
+        qor_fyn_kernel_SetMode(mode_);
+    }
+    VectorMathBracket(const VectorMathBracket &) = delete;
+    VectorMathBracket &operator=(const VectorMathBracket &) = delete;
+
+  private:
+    std::uint32_t mode_;
+    FynErrorCallBack callback_;
+};
+
+// The dispatch tables of a vector-math function.
+struct VectorFunction {
+    void *const *single_precision, *const *double_precision;
+};
+#define QOR_FUNCTION(name, function)                                                                         \
+    inline constexpr VectorFunction name{qor_fyn_kernel_s##function##_ttab,                                  \
+                                         qor_fyn_kernel_d##function##_ttab};
+QOR_FUNCTION(inverse_error_function, ErfInv)
+QOR_FUNCTION(logarithm, Ln)
+QOR_FUNCTION(sine, Sin)
+QOR_FUNCTION(sine_and_cosine, SinCos)
+QOR_FUNCTION(square_root, Sqrt)
+#undef QOR_FUNCTION
+
+// Calls the function over n elements with denormals kept: its low-accuracy kernel in single precision, the
+// fastest in double precision.
+template <class T, class... Results>
+void apply(const VectorFunction &function, std::int32_t n, const T *a, Results *...results) {
+    using Kernel = void (*)(std::int32_t, const T *, Results *...);
+    void *const kernel =
+        sizeof(T) == sizeof(float) ? function.single_precision[0] : function.double_precision[2];
+    const std::uint32_t mode = qor_fyn_kernel_SetMode(FYN_DENORM_FLUSH_OFF);
+    reinterpret_cast<Kernel>(kernel)(n, a, results...);
+    qor_fyn_kernel_SetMode(mode);
+}
+
+} // namespace qor::bex
