@@ -69,6 +69,61 @@ int32_t _bexiRngUniformBits64(int32_t method, void *stream, int32_t n, uint64_t 
 int32_t _bexsRngGaussian(int32_t method, void *stream, int32_t n, float *r, float a, float sigma);
 int32_t _bexdRngGaussian(int32_t method, void *stream, int32_t n, double *r, double a, double sigma);
 
+/* n vectors of dimen numbers, vector after vector: T z + a with z standard normals of the Gaussian method, a
+ * the mean (dimen numbers) and T the lower triangular factor of the covariance T T', stored as t by mstorage.
+ * dimen 1: a Gaussian of mean a[0] and deviation t[0]. Another mstorage gives BEX_STATUS_BAD_METHOD and draws
+ * nothing. On failure r is of no use. */
+#define BEX_STORAGE_FULL 0     /* dimen x dimen, by rows; above the diagonal nothing is read */
+#define BEX_STORAGE_PACKED 1   /* the columns from the diagonal down, dimen (dimen + 1) / 2 numbers */
+#define BEX_STORAGE_DIAGONAL 2 /* dimen numbers: a diagonal T */
+int32_t _bexsRngGaussianMV(int32_t method, void *stream, int32_t n, float *r, int32_t dimen, int32_t mstorage,
+                           const float *a, const float *t);
+int32_t _bexdRngGaussianMV(int32_t method, void *stream, int32_t n, double *r, int32_t dimen, int32_t mstorage,
+                           const double *a, const double *t);
+
+/* b + beta exp(g), g Gaussian with mean a and deviation sigma. Method 0 takes g by Box-Muller2 and every other
+ * method word, also BEX_ACCURATE alone, by the inverse distribution. BEX_ACCURATE: not below b. */
+#define BEX_LOGNORMAL_BOX_MULLER2 0
+#define BEX_LOGNORMAL_ICDF 1
+int32_t _bexsRngLognormal(int32_t method, void *stream, int32_t n, float *r, float a, float sigma, float b,
+                          float beta);
+int32_t _bexdRngLognormal(int32_t method, void *stream, int32_t n, double *r, double a, double sigma, double b,
+                          double beta);
+
+/* Inverse transforms ------------------------------------------------------------------------------ */
+
+/* One method (0), the transform of uniform numbers u on [0, 1); a displacement a, scale beta. One uniform each,
+ * Laplace two. The logarithm of 0 counts as that of the smallest positive number. */
+
+/* a - beta ln u. BEX_ACCURATE: not below a. */
+int32_t _bexsRngExponential(int32_t method, void *stream, int32_t n, float *r, float a, float beta);
+int32_t _bexdRngExponential(int32_t method, void *stream, int32_t n, double *r, double a, double beta);
+/* a + beta ln(-ln u): density exp(y - exp(y)) / beta, y = (x - a) / beta. */
+int32_t _bexsRngGumbel(int32_t method, void *stream, int32_t n, float *r, float a, float beta);
+int32_t _bexdRngGumbel(int32_t method, void *stream, int32_t n, double *r, double a, double beta);
+/* a + beta tan(v), v uniform on [-pi/2, pi/2). */
+int32_t _bexsRngCauchy(int32_t method, void *stream, int32_t n, float *r, float a, float beta);
+int32_t _bexdRngCauchy(int32_t method, void *stream, int32_t n, double *r, double a, double beta);
+/* a + beta sqrt(-ln u), without a factor of 2 under the root. BEX_ACCURATE: not below a. */
+int32_t _bexsRngRayleigh(int32_t method, void *stream, int32_t n, float *r, float a, float beta);
+int32_t _bexdRngRayleigh(int32_t method, void *stream, int32_t n, double *r, double a, double beta);
+/* a + beta (-ln u)^(1/alpha), shape alpha. BEX_ACCURATE: not below a. */
+int32_t _bexsRngWeibull(int32_t method, void *stream, int32_t n, float *r, float alpha, float a, float beta);
+int32_t _bexdRngWeibull(int32_t method, void *stream, int32_t n, double *r, double alpha, double a, double beta);
+/* a - beta ln u where a second uniform number is at most 1/2, a + beta ln u elsewhere. */
+int32_t _bexsRngLaplace(int32_t method, void *stream, int32_t n, float *r, float a, float beta);
+int32_t _bexdRngLaplace(int32_t method, void *stream, int32_t n, double *r, double a, double beta);
+
+/* Discrete ---------------------------------------------------------------------------------------- */
+
+/* One single-precision uniform number u each; `method` is not looked at. */
+
+/* 1 where u is below p rounded to single precision, else 0. */
+int32_t _bexiRngBernoulli(int32_t method, void *stream, int32_t n, int32_t *r, double p);
+/* Failures before the first success of probability p: floor(ln u / ln(1 - p)), computed in single precision. What
+ * passes 2^31 - 1, for p below 4e-8, comes out as -2^31. */
+int32_t _bexiRngGeometric(int32_t method, void *stream, int32_t n, int32_t *r, double p);
+
 #ifdef __cplusplus
 }
 #endif

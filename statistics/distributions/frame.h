@@ -10,6 +10,7 @@
 #include "qor_fyn.h"
 #include "statistics/streams/registry.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace qor::bex {
@@ -46,23 +47,53 @@ struct VectorFunction {
 #define QOR_FUNCTION(name, function)                                                                         \
     inline constexpr VectorFunction name{qor_fyn_kernel_s##function##_ttab,                                  \
                                          qor_fyn_kernel_d##function##_ttab};
+QOR_FUNCTION(exponential, Exp)
 QOR_FUNCTION(inverse_error_function, ErfInv)
 QOR_FUNCTION(logarithm, Ln)
+QOR_FUNCTION(power_of_scalar, Powx)
 QOR_FUNCTION(sine, Sin)
 QOR_FUNCTION(sine_and_cosine, SinCos)
 QOR_FUNCTION(square_root, Sqrt)
+QOR_FUNCTION(tangent, Tan)
 #undef QOR_FUNCTION
 
 // Calls the function over n elements with denormals kept: its low-accuracy kernel in single precision, the
-// fastest in double precision.
-template <class T, class... Results>
-void apply(const VectorFunction &function, std::int32_t n, const T *a, Results *...results) {
-    using Kernel = void (*)(std::int32_t, const T *, Results *...);
+// fastest in double precision. The rest is what follows the first vector: a scalar, results.
+template <class T, class... Rest>
+void apply(const VectorFunction &function, std::int32_t n, const T *a, Rest... rest) {
+    using Kernel = void (*)(std::int32_t, const T *, Rest...);
     void *const kernel =
         sizeof(T) == sizeof(float) ? function.single_precision[0] : function.double_precision[2];
     const std::uint32_t mode = qor_fyn_kernel_SetMode(FYN_DENORM_FLUSH_OFF);
-    reinterpret_cast<Kernel>(kernel)(n, a, results...);
+    reinterpret_cast<Kernel>(kernel)(n, a, rest...);
     qor_fyn_kernel_SetMode(mode);
+}
+
+// What stands for the logarithm of 0: that of the smallest positive number.
+template <class T>
+inline constexpr double log_of_zero = sizeof(T) == sizeof(float) ? -0x1.9d1dap+6 : -744.4400719213812;
+
+// Callback of generators whose functions fail at a logarithm of 0 only. poles_only: other codes leave the
+// result as it is.
+template <class T, bool poles_only = false> std::int32_t replace_by_log_of_zero(FynErrorContext *context) {
+    if (!poles_only || context->code == FYN_STATUS_SINGULARITY)
+        context->r1 = context->r2 = log_of_zero<T>;
+    return 0;
+}
+
+// Calls work(count, piece) for the pieces of r, each small enough to stay in the first-level cache.
+template <class T, class Work> void in_pieces(std::int32_t n, T *r, const Work &work) {
+    for (std::int32_t done = 0; done < n; done += std::min(n - done, block))
+        work(std::min(n - done, block), r + done);
+}
+
+// r = r beta + a, not below a where `accurate` asks for it.
+template <class T> void scale_and_shift(std::int32_t n, T *r, T beta, T a, bool accurate = false) {
+    for (std::int32_t i = 0; i < n; ++i)
+        r[i] = r[i] * beta + a;
+    if (accurate)
+        for (std::int32_t i = 0; i < n; ++i)
+            r[i] = std::max(a, r[i]);
 }
 
 } // namespace qor::bex

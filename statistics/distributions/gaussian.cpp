@@ -23,14 +23,12 @@ template <class T> struct Constants;
 template <> struct Constants<double> {
     static constexpr double two_pi = 6.283185307179586, sqrt_two = 1.4142135623730951;
     static constexpr double bound = 5.8635847487551676; // of the inverse error function: erfinv(1 - 2^-54)
-    static constexpr double log_of_zero = -744.4400719213812;
     static constexpr std::uint32_t chunk_id = 2;
 };
 
 template <> struct Constants<float> {
     static constexpr float two_pi = 6.2831855F, sqrt_two = 1.4142135F;
     static constexpr double bound = 3.8325068950653076;
-    static constexpr double log_of_zero = -0x1.9d1dap+6; // -103.2789306640625
     static constexpr std::uint32_t chunk_id = 1;
 };
 
@@ -38,7 +36,7 @@ template <> struct Constants<float> {
 template <class T> std::int32_t replace_result(FynErrorContext *context) {
     using C = Constants<T>;
     if (context->code == FYN_STATUS_SINGULARITY && context->a1 == 0)
-        context->r1 = context->r2 = C::log_of_zero;
+        context->r1 = context->r2 = log_of_zero<T>;
     else if (context->code == FYN_STATUS_DOMAIN || context->code == FYN_STATUS_SINGULARITY)
         context->r1 = context->r2 = context->a1 < 0 ? -C::bound : C::bound;
     return 0;
@@ -153,13 +151,10 @@ template <class T> std::int32_t inverted(Stream &stream, std::int32_t n, T *r, T
     if (status < 0)
         return status;
     const T scale = sigma * Constants<T>::sqrt_two;
-    for (std::int32_t done = 0; done < n; done += block) {
-        const std::int32_t count = std::min(n - done, block);
-        T *const piece = r + done;
+    in_pieces(n, r, [scale, a](std::int32_t count, T *piece) {
         apply(inverse_error_function, count, piece, piece);
-        for (std::int32_t i = 0; i < count; ++i)
-            piece[i] = piece[i] * scale + a;
-    }
+        scale_and_shift(count, piece, scale, a);
+    });
     return status;
 }
 
