@@ -27,6 +27,28 @@ void scalar_exp(std::int32_t n, const double *a, double *r) {
         r[i] = std::exp(a[i]);
 }
 
+void scalar_ln(std::int32_t n, const double *a, double *r) {
+    for (std::int32_t i = 0; i < n; ++i)
+        r[i] = std::log(a[i]);
+}
+
+void scalar_sin(std::int32_t n, const double *a, double *r) {
+    for (std::int32_t i = 0; i < n; ++i)
+        r[i] = std::sin(a[i]);
+}
+
+// The second results of functions with two.
+double second_results[1000002]; // pairs store a whole last pair
+
+void ours_sin_cos(std::int32_t n, const double *a, double *r) { _fyndSinCos(n, a, r, second_results); }
+
+void scalar_sin_cos(std::int32_t n, const double *a, double *r) {
+    for (std::int32_t i = 0; i < n; ++i) {
+        r[i] = std::sin(a[i]);
+        second_results[i] = std::cos(a[i]);
+    }
+}
+
 // A loop over a function of two lanes; a last odd element runs with a copy of itself.
 template <class TwoLanes> void in_pairs(std::int32_t n, const double *a, double *r, TwoLanes two_lanes) {
     std::int32_t i = 0;
@@ -41,11 +63,33 @@ extern "C" __m128d mvec_exp(__m128d) asm("_ZGVbN2v_exp"); // the name by the x86
 void glibc_vector_exp(std::int32_t n, const double *a, double *r) {
     in_pairs(n, a, r, [](__m128d x) { return mvec_exp(x); });
 }
+extern "C" __m128d mvec_ln(__m128d) asm("_ZGVbN2v_log");
+void glibc_vector_ln(std::int32_t n, const double *a, double *r) {
+    in_pairs(n, a, r, [](__m128d x) { return mvec_ln(x); });
+}
 #endif
 
 #ifdef QOR_BENCH_SLEEF
+void sleef_ln(std::int32_t n, const double *a, double *r) {
+    in_pairs(n, a, r, [](__m128d x) { return Sleef_logd2_u10sse2(x); });
+}
 void sleef_exp(std::int32_t n, const double *a, double *r) {
     in_pairs(n, a, r, [](__m128d x) { return Sleef_expd2_u10sse2(x); });
+}
+#endif
+
+#ifdef QOR_BENCH_SLEEF
+void sleef_sin(std::int32_t n, const double *a, double *r) {
+    in_pairs(n, a, r, [](__m128d x) { return Sleef_sind2_u10sse2(x); });
+}
+void sleef_sin_cos(std::int32_t n, const double *a, double *r) {
+    double *second = second_results;
+    in_pairs(n, a, r, [&second](__m128d x) {
+        const auto both = Sleef_sincosd2_u10sse2(x);
+        _mm_storeu_pd(second, both.y);
+        second += 2;
+        return both.x;
+    });
 }
 #endif
 
@@ -76,6 +120,29 @@ constexpr Contestant contestants[] = {
 #endif
 #ifdef QOR_BENCH_SLEEF
     {"dExp", "sleef", sleef_exp, -50, 50},
+#endif
+    {"dLn", "ours", _fyndLn, 0, 100},
+    {"dLn", "glibc_scalar", scalar_ln, 0, 100},
+#ifdef QOR_BENCH_MVEC
+    {"dLn", "glibc_vector", glibc_vector_ln, 0, 100},
+#endif
+#ifdef QOR_BENCH_SLEEF
+    {"dLn", "sleef", sleef_ln, 0, 100},
+#endif
+    {"dErfInv", "ours", _fyndErfInv, -1, 1},
+    {"dErfInv_26", "ours", _fyndErfInv_26, -1, 1},
+    {"dSqrt", "ours", _fyndSqrt, 0, 100},
+    {"dSin", "ours", _fyndSin, -10, 10},
+    {"dSin", "glibc_scalar", scalar_sin, -10, 10},
+    {"dSin_to_1e5", "ours", _fyndSin, -1e5, 1e5},
+    {"dSin_over_1e20", "ours", _fyndSin, 1e20, 1e30},
+    {"dSinCos", "ours", ours_sin_cos, -10, 10},
+    {"dSinCos", "glibc_scalar", scalar_sin_cos, -10, 10},
+#ifdef QOR_BENCH_SLEEF
+    {"dSin", "sleef", sleef_sin, -10, 10},
+    {"dSin_to_1e5", "sleef", sleef_sin, -1e5, 1e5},
+    {"dSin_over_1e20", "sleef", sleef_sin, 1e20, 1e30},
+    {"dSinCos", "sleef", sleef_sin_cos, -10, 10},
 #endif
     {"dCeil", "ours", _fyndCeil, -1000, 1000},
     {"dCeil", "bare_loop", bare_ceil, -1000, 1000},

@@ -1,0 +1,106 @@
+// The natural logarithm, double and single precision.
+//
+// x = 2^k z with z in [0.698, 1.397), 256 intervals of z, c near the middle of each:
+//   ln x = k ln2 + ln c + ln(1 + r),  r = z/c - 1,  |r| < 2^-8.8
+// (P. T. P. Tang, "Table-driven implementation of the logarithm function in IEEE floating-point arithmetic",
+// ACM TOMS 16, 1990). Around 1 the table has c = 1: there k = 0, r = z - 1 exactly, nothing cancels, and r
+// itself carries the result.
+//
+// Double: 1/c has 36 bits and z is split after 17, so that the leading part of r is exact. ln c and the
+// leading part of ln 2 are multiples of 2^-43, so that k ln2 + ln c is exact; what the table's ln c leaves
+// out is below 1/64 of the result's last place. Degree 6, its error below 2^-59 of r. Only the last addition
+// rounds at the result's last place.
+// Single: in double lanes, degree 5, no rest kept.
+//
+// Largest errors measured by tools/measure_logarithm.cpp, in ulp (docs/accuracy.md): double 0.514804 at
+// 0x1.9082c5e8163f3p-1; single, all arguments: 0.500000001 at 0x1.6351d8p+95, three results not the nearest.
+#pragma once
+
+#include "vector_math/frame/element.h"
+#include "vector_math/frame/lanes.h"
+#include "vector_math/kernels/argument_window.h"
+#include "vector_math/kernels/logarithm.h"
+#include "vector_math/kernels/logarithm_tables.h"
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+
+namespace qor::fyn {
+
+// x = 2^exponent * mantissa, and the table's entry for the mantissa. Any bits give some finite numbers.
+struct LogarithmReduction {
+    using V = Lanes<double>;
+    using Unsigned = Lanes<std::uint64_t>;
+
+    static constexpr std::uint64_t one = 0x3FF0000000000000, fraction = 0x000FFFFFFFFFFFFF;
+    static constexpr std::uint64_t below_one = std::uint64_t{309} << 43; // 154.5 intervals of 2^44
+    static constexpr std::uint64_t two_52 = 0x4330000000000000;          // its last place is 1
+    static_assert(sizeof(LogarithmPair) == 16);
+
+    V exponent, mantissa, reciprocal, logarithm;
+
+    explicit LogarithmReduction(V x) {
+        const Unsigned moved = std::bit_cast<Unsigned>(x) + below_one;
+        exponent = std::bit_cast<V>((moved >> 52) | two_52) - (0x1p52 + 1023);
+        mantissa = std::bit_cast<V>((moved & fraction) + (one - below_one));
+        look_up_modulo(logarithm_pairs, std::bit_cast<Lanes<std::int64_t>>(moved >> 44), reciprocal,
+                       logarithm);
+    }
+};
+
+template <class T> struct LnLanes {
+    static constexpr int pass = 16;
+    static constexpr T padding = 1;
+
+    // All but the positive normal numbers.
+    template <class V> static IntegersOf<V> special(V x) {
+        return outside_window(x, top_word(std::numeric_limits<T>::min()),
+                              top_word(std::numeric_limits<T>::infinity()));
+    }
+
+    template <class V> static V value(V x) {
+        if constexpr (sizeof(T) == 8)
+            return value_double(x);
+        else
+            return through_double(x, value_single);
+    }
+
+    [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept { return Ln::eval(x, r); }
+
+  private:
+    static constexpr double ln2_hi = 0x1.62e42fefa38p-1;   // a multiple of 2^-43
+    static constexpr double ln2_lo = 0x1.ef35793c7673p-45; // ln 2 - ln2_hi
+
+    static Lanes<double> value_double(Lanes<double> x) {
+        using V = Lanes<double>;
+        const LogarithmReduction at(x);
+        const V z_hi = from_bits<V>(bits_of(at.mantissa) & ~((std::int64_t{1} << 36) - 1));
+        const V r_hi = z_hi * at.reciprocal - 1; // exact
+        const V r_lo = (at.mantissa - z_hi) * at.reciprocal;
+        const V r = r_hi + r_lo;
+        const V whole = at.exponent * ln2_hi + at.logarithm; // exact
+        const V leading = whole + r;
+        const V rest = (((whole - leading) + r_hi) + r_lo) + at.exponent * ln2_lo;
+        const V square = r * r;
+        const V q =
+            (-0.5 + r * 0.3333333333322741) +
+            square * ((-0.24999999999907319 + r * 0.2000008698223915) + square * -0.16666742776134164);
+        return leading + (rest + square * q);
+    }
+
+    static Lanes<double> value_single(Lanes<double> x) {
+        using V = Lanes<double>;
+        const LogarithmReduction at(x);
+        const V r = at.mantissa * at.reciprocal - 1;
+        const V whole = at.exponent * 0.6931471805599453 + at.logarithm;
+        const V square = r * r;
+        return whole + (r + square * ((-0.4999999999995057 + r * 0.33333333333290965) +
+                                      square * (-0.2500008118337515 + r * 0.20000069585758368)));
+    }
+};
+
+using LnSingle = LnLanes<float>;
+using LnDouble = LnLanes<double>;
+
+} // namespace qor::fyn

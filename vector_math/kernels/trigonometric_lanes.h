@@ -1,0 +1,224 @@
+// Sine and cosine over lanes.
+//
+// x = n pi/64 + r, |r| <= pi/128, and with s and c the sine and cosine of n pi/64 from a table
+//   sin x = s cos r + c sin r = s + c r - s (1 - cos r) - c (r - sin r).
+// The cosine is the sine a quarter turn on: the same text, 32 entries further.
+//
+// Reduction (W. J. Cody and W. Waite, Software Manual for the Elementary Functions, 1980): pi/64 stands in
+// four parts, the first three multiples of 2^-31, 2^-58 and 2^-85 of at most 27 bits, so that their products
+// with n, |n| < 2^26, are exact. So is x less the first two: where n is not 0 all of it is a multiple of
+// 2^-58, and the difference is below 2^-5. Taking away the third rounds, and what that loses is kept with the
+// fourth. The fourth product's rounding is below 2^-61 of x's distance to any multiple of pi/2 (computed for
+// the double nearest to each multiple of the range).
+//
+// Double: c r is r less (1 - c) r, or the same with -1, so that its leading part is exact and the sum s + r
+// keeps what rounding takes away; only the last two additions round near the result's last place. 1 - cos r
+// and r - sin r: approximation errors below 2^-61 of the result.
+// Single: the same in double precision without the small parts and with a shorter sine, approximation error
+// below 2^-47 of r; rounded to float once.
+//
+// Tiny arguments, where sin x is x and cos x is 1, go through the lanes as 0 and give the sine their bits: no
+// flags, no lost digits, signed zeros. From 0x1.92p+21 on arguments are special: x / (2 pi) in integers, then
+// the same sums.
+//
+// Largest errors measured by tools/measure_trigonometric.cpp, in ulp (docs/accuracy.md): sine 0.546877 at
+// -0x1.e3ce2bd4dfd07p+0, cosine 0.547077 at -0x1.69486bc7eab0cp+1; special path 0.544060 at
+// 0x1.bdc4ef840d6b3p+129. Single: every sine is the nearest float, and every cosine but four.
+#pragma once
+
+#include "vector_math/frame/element.h"
+#include "vector_math/frame/lanes.h"
+#include "vector_math/kernels/argument_window.h"
+#include "vector_math/kernels/trigonometric.h"
+#include "vector_math/kernels/trigonometric_tables.h"
+
+#include <bit>
+#include <cstdint>
+#include <emmintrin.h>
+
+namespace qor::fyn {
+
+namespace angle_lanes {
+
+using V = Lanes<double>;
+
+inline constexpr double steps_per_radian = 0x1.45f306dc9c883p+4; // 64 / pi
+inline constexpr double shifter = 0x1.8p+52;                     // rounds to an integer by addition
+inline constexpr int steps_of_quarter = 32, steps_of_turn = 128;
+
+// Lanes serve magnitudes from the first to the second; below it the sine is its argument.
+template <class T>
+inline constexpr std::int32_t not_tiny_from = top_word(sizeof(T) == 8 ? T(0x1p-27) : T(0x1p-12));
+template <class T> inline constexpr std::int32_t special_from = top_word(T(0x1.92p+21));
+
+template <class W> auto special(W x) {
+    using T = ElementOf<W>;
+    const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
+    return std::bit_cast<IntegersOf<W>>(words > ((special_from<T> - 1) | sign_bit<float>));
+}
+
+// x, and 0 where it is tiny or special.
+template <class W> W set_aside(W x) {
+    using T = ElementOf<W>;
+    // Magnitudes counted from the smallest integer on: those below the range come out largest.
+    constexpr std::int32_t lowest = sign_bit<float>, range = special_from<T> - not_tiny_from<T>;
+    const auto start =
+        Lanes<std::int32_t>{} + std::bit_cast<std::int32_t>(0x80000000u - unsigned{not_tiny_from<T>});
+    const auto words = wrapping_sum(std::bit_cast<Lanes<std::int32_t>>(x) & ~lowest, start);
+    return from_bits<W>(bits_of(x) & whole_lanes(std::bit_cast<IntegersOf<W>>(words < lowest + range)));
+}
+
+// Element n of a table in every lane.
+struct Entries {
+    std::uint32_t low, high;
+    explicit Entries(Lanes<std::int64_t> n) {
+        const auto words = std::bit_cast<__m128i>(n & (steps_of_turn - 1));
+        low = static_cast<std::uint32_t>(_mm_cvtsi128_si32(words));
+        high = static_cast<std::uint32_t>(_mm_extract_epi16(words, 4));
+    }
+    V of(const double *table) const { return V{table[low], table[high]}; }
+};
+
+// x = n pi/64 + (r - excess)
+struct Reduced {
+    V r, excess;
+    Entries entries;
+};
+
+inline Reduced reduce(V x) {
+    const V shifted = x * steps_per_radian + shifter;
+    const V n = shifted - shifter;
+    const V exact = (x - n * angle_step_1) - n * angle_step_2;
+    const V third = n * angle_step_3;
+    const V r = exact - third;
+    return {r, (third - (exact - r)) + n * angle_step_4, Entries(bits_of(shifted))};
+}
+
+// (cos r - 1) / r^2 and (sin r - r) / r^3, in u = r^2: interpolated at Chebyshev's nodes of 0 <= r <= pi/128.
+inline V cosine_term(V u) { return (u * -0.0013888739486776094 + 0.04166666666554168) * u - 0.5; }
+inline V sine_term(V u) {
+    return (u * -0.00019841020837824274 + 0.008333333332770842) * u - 0.16666666666666666;
+}
+inline V short_sine_term(V u) { return u * 0.008333213811818094 - 0.1666666666576668; }
+
+template <int quarters> [[gnu::always_inline]] inline V sine_plus_quarters(const Reduced &x) {
+    const V square = x.r * x.r;
+    const V s = x.entries.of(angle_sines + quarters * steps_of_quarter);
+    const V c = x.entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
+    const V s_excess = x.entries.of(angle_excesses + quarters * steps_of_quarter);
+    const V c_lack = x.entries.of(angle_lacks + quarters * steps_of_quarter);
+    const V signed_r = from_bits<V>(bits_of(x.r) ^ (bits_of(c) & sign_bit<double>));
+    const V leading = s + signed_r;
+    const V lost = (s - leading) + signed_r;
+    const V lack = c_lack * x.r;
+    const V small = (lost - s_excess) - c * x.excess;
+    return leading +
+           (((s * cosine_term(square) + (signed_r - lack) * sine_term(square)) * square + small) - lack);
+}
+
+// To about 48 bits.
+template <int quarters> [[gnu::always_inline]] inline V short_sine_plus_quarters(V x) {
+    const V shifted = x * steps_per_radian + shifter;
+    const V n = shifted - shifter;
+    const V r = (x - n * angle_step_1) - n * angle_step_rest;
+    const V square = r * r;
+    const Entries entries(bits_of(shifted));
+    const V s = entries.of(angle_sines + quarters * steps_of_quarter);
+    const V c = entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
+    return s * (square * cosine_term(square) + 1.0) + c * (r + r * (square * short_sine_term(square)));
+}
+
+// A finite argument from 2^21 on: x / (2 pi) less whole turns, by multiplying with the bits that matter.
+inline Reduced reduce_special(double x) {
+    using Wide = unsigned __int128;
+    // |x| = m 2^e with an integer m of 53 bits. Bits of 1/(2 pi) of weight 2^-e and more make whole turns;
+    // the window starts with the next and is 192 bits long, so that the product is right to 2^-138 of a turn.
+    const auto bits = std::bit_cast<std::uint64_t>(x);
+    const unsigned biased = static_cast<unsigned>(bits >> 52) & 0x7FF;
+    const std::uint64_t m = (bits & 0xFFFFFFFFFFFFF) | 0x10000000000000;
+    const unsigned first = biased - (1023 + 52) + 64; // counted from 0, the zeros included
+    const unsigned shift = first % 64;
+    const std::uint64_t *words = turn_bits + first / 64;
+    const auto window = [=](int i) {
+        return static_cast<std::uint64_t>((Wide{words[i]} << 64 | words[i + 1]) << shift >> 64);
+    };
+    const Wide low = Wide{window(2)} * m, middle = Wide{window(1)} * m + (low >> 64);
+    const std::uint64_t high = window(0) * m + static_cast<std::uint64_t>(middle >> 64);
+    // To the nearest of 128 steps, and what is left, with its sign, in 2^-128 of a turn. It is not 0, and at
+    // least 2^-65 of a turn: 63 bits of it are right.
+    const std::uint64_t n = (high + (std::uint64_t{1} << 56)) >> 57;
+    const Wide rest = Wide{high - (n << 57)} << 64 | static_cast<std::uint64_t>(middle);
+    const bool below = static_cast<std::int64_t>(rest >> 64) < 0;
+    const Wide size = below ? -rest : rest;
+    const auto upper = static_cast<std::uint64_t>(size >> 64), lower = static_cast<std::uint64_t>(size);
+    const int zeros = upper != 0 ? std::countl_zero(upper) : 64 + std::countl_zero(lower);
+    const auto leading = static_cast<std::uint64_t>(size << zeros >> 64);
+    const DoubleDouble turns{static_cast<double>(static_cast<std::int64_t>(leading >> 11)) * 0x1p-53,
+                             static_cast<double>(static_cast<std::int64_t>(leading & 0x7FF)) * 0x1p-64};
+    const DoubleDouble angle = turns * by_power_of_two(pi, 1);
+    const double scale = std::copysign(power_of_two(-zeros), below != (x < 0) ? -1.0 : 1.0);
+    return {broadcast<V>(angle.hi * scale), broadcast<V>(-angle.lo * scale),
+            Entries(Lanes<std::int64_t>{} + static_cast<std::int64_t>(x < 0 ? 0 - n : n))};
+}
+
+} // namespace angle_lanes
+
+// sin(x + quarters pi/2)
+template <int quarters> struct SineLanes {
+    static constexpr int pass = 16;
+    static constexpr double padding = 0.5;
+
+    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
+
+    template <class W> [[gnu::always_inline]] static W value(W x) {
+        const W inside = angle_lanes::set_aside(x);
+        W result;
+        if constexpr (sizeof(ElementOf<W>) == 8)
+            result = angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(inside));
+        else
+            result = through_double(
+                inside, [](Lanes<double> v) { return angle_lanes::short_sine_plus_quarters<quarters>(v); });
+        return quarters == 0 ? from_bits<W>(bits_of(result) | (bits_of(x) ^ bits_of(inside))) : result;
+    }
+
+    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
+        Status status = status_ok;
+        if (!angle_is_infinite_or_nan(x, result, status))
+            result = static_cast<T>(of_special(angle_lanes::reduce_special(static_cast<double>(x))));
+        return status;
+    }
+
+    static double of_special(const angle_lanes::Reduced &x) {
+        return angle_lanes::sine_plus_quarters<quarters>(x)[0];
+    }
+};
+
+using SinLanes = SineLanes<0>;
+using CosLanes = SineLanes<1>;
+
+// Both; their common parts are computed once.
+struct SinCosLanes {
+    static constexpr int pass = SinLanes::pass;
+    static constexpr double padding = SinLanes::padding;
+
+    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
+
+    template <class W> [[gnu::always_inline]] static void value(W x, W &sine, W &cosine) {
+        sine = SinLanes::value(x);
+        cosine = CosLanes::value(x);
+    }
+
+    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &sine, T &cosine) noexcept {
+        Status status = status_ok;
+        if (angle_is_infinite_or_nan(x, sine, status)) {
+            cosine = sine;
+        } else {
+            const angle_lanes::Reduced reduced = angle_lanes::reduce_special(static_cast<double>(x));
+            sine = static_cast<T>(SinLanes::of_special(reduced));
+            cosine = static_cast<T>(CosLanes::of_special(reduced));
+        }
+        return status;
+    }
+};
+
+} // namespace qor::fyn
