@@ -7,6 +7,9 @@
 #include "qor_bex_streams.h"
 
 #include <benchmark/benchmark.h>
+#ifdef QOR_BENCH_GSL
+#include <gsl/gsl_rng.h>
+#endif
 
 #include <algorithm>
 #include <cstdint>
@@ -73,6 +76,88 @@ template <class Engine> struct Standard {
     }
 };
 
+// A plain loop around a generator's recurrence, with numbers of [0, 1) from next_number().
+template <class Generator> struct Plain {
+    Generator generator;
+
+    explicit Plain(std::uint32_t) {}
+
+    void operator()(Output output, std::int32_t n, void *r) {
+        const auto number = [&] { return generator.next_number(); };
+        if (output == Output::words)
+            generator.words(n, static_cast<std::uint32_t *>(r));
+        else if (output == Output::floats)
+            std::generate_n(static_cast<float *>(r), n, number);
+        else
+            std::generate_n(static_cast<double *>(r), n, number);
+    }
+};
+
+// Folds in place of division, and no branches.
+struct ScalarMrg32k3a {
+    std::uint64_t x[3] = {777, 1, 1}, y[3] = {1, 1, 1};
+
+    static std::int64_t add_if_negative(std::int64_t d, std::int64_t m) { return d + (d >> 63 & m); }
+    static std::uint64_t reduced(std::uint64_t p, std::uint64_t fold) {
+        p = (p & 0xFFFFFFFF) + (p >> 32) * fold;
+        p = (p & 0xFFFFFFFF) + (p >> 32) * fold;
+        const std::int64_t m = 0x100000000 - static_cast<std::int64_t>(fold);
+        return static_cast<std::uint64_t>(add_if_negative(static_cast<std::int64_t>(p) - m, m));
+    }
+    std::uint32_t next() {
+        const std::uint64_t a = reduced(1403580 * x[1] + 810728 * (4294967087 - x[0]), 209);
+        const std::uint64_t b = reduced(527612 * y[2] + 1370589 * (4294944443 - y[0]), 22853);
+        x[0] = x[1], x[1] = x[2], x[2] = a;
+        y[0] = y[1], y[1] = y[2], y[2] = b;
+        return static_cast<std::uint32_t>(add_if_negative(static_cast<std::int64_t>(a - b), 4294967087));
+    }
+    double next_number() { return next() * (1.0 / 4294967087); }
+    void words(std::int32_t n, std::uint32_t *r) {
+        std::generate_n(r, n, [this] { return next(); });
+    }
+};
+
+struct ScalarWichmannHill {
+    std::uint32_t x[4] = {777, 1, 1, 1}, m[4] = {16770647, 16770643, 16770623, 16770617};
+    std::uint32_t a[4] = {125, 117, 127, 126};
+    double reciprocal[4];
+
+    ScalarWichmannHill() {
+        benchmark::DoNotOptimize(m); // constants of one member among many
+        benchmark::DoNotOptimize(a);
+        std::transform(m, m + 4, reciprocal, [](std::uint32_t mi) { return 1.0 / mi; });
+    }
+    void step() {
+        for (int c = 0; c < 4; ++c)
+            x[c] = x[c] * a[c] % m[c];
+    }
+    double next_number() {
+        const double u =
+            x[0] * reciprocal[0] + x[1] * reciprocal[1] + x[2] * reciprocal[2] + x[3] * reciprocal[3];
+        step();
+        return u - static_cast<int>(u);
+    }
+    void words(std::int32_t n, std::uint32_t *r) {
+        for (std::int32_t i = 0; i < n; ++i, r += 4, step())
+            std::copy(x, x + 4, r);
+    }
+};
+
+#ifdef QOR_BENCH_GSL
+struct GslR250 {
+    gsl_rng *generator = gsl_rng_alloc(gsl_rng_r250);
+
+    GslR250() { gsl_rng_set(generator, 777); }
+    GslR250(const GslR250 &) = delete;
+    GslR250 &operator=(const GslR250 &) = delete;
+    ~GslR250() { gsl_rng_free(generator); }
+    double next_number() { return gsl_rng_uniform(generator); }
+    void words(std::int32_t n, std::uint32_t *r) {
+        std::generate_n(r, n, [this] { return static_cast<std::uint32_t>(gsl_rng_get(generator)); });
+    }
+};
+#endif
+
 template <class Source> void run(benchmark::State &state, Output output, std::uint32_t id, std::int32_t n) {
     std::vector<double> r(2 * static_cast<std::size_t>(n)); // room for words of 16 bytes
     Source source(id);
@@ -88,10 +173,11 @@ void create(benchmark::State &state, std::uint32_t id) {
         Ours source(id);
 }
 
-void skip(benchmark::State &state, std::uint32_t id) {
+template <int log2> void skip(benchmark::State &state, std::uint32_t id) {
     Ours source(id);
     for (auto _ : state)
-        __bexSkipAheadStream(source.stream, std::uint64_t{1} << 40);
+        if (__bexSkipAheadStream(source.stream, std::uint64_t{1} << log2) != BEX_STATUS_OK)
+            state.SkipWithError("no skip");
 }
 
 using Run = void (*)(benchmark::State &, Output, std::uint32_t, std::int32_t);
@@ -107,6 +193,11 @@ struct Pair {
 constexpr Pair pairs[] = {
     {"MCG31M1", 0x100000, "std_minstd_rand", run<Standard<std::minstd_rand>>},
     {"MCG59", 0x400000, "std_minstd_rand", run<Standard<std::minstd_rand>>},
+#ifdef QOR_BENCH_GSL
+    {"R250", 0x200000, "gsl_r250", run<Plain<GslR250>>},
+#endif
+    {"MRG32K3A", 0x300000, "scalar", run<Plain<ScalarMrg32k3a>>},
+    {"WH", 0x500000, "scalar", run<Plain<ScalarWichmannHill>>},
     {"MT19937", 0x800000, "std_mt19937", run<Standard<std::mt19937>>},
 };
 
@@ -139,7 +230,8 @@ int main(int argc, char **argv) {
                 ->ComputeStatistics("min", minimum);
         };
         add_service("create_and_delete/", create);
-        add_service("skip_by_2^40/", skip);
+        add_service("skip_by_2^40/", skip<40>);
+        add_service("skip_by_2^63/", skip<63>);
     }
     benchmark::RunSpecifiedBenchmarks();
 }

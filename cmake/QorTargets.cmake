@@ -41,7 +41,7 @@ function(qor_shared_library target)
     set_target_properties(${target} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
     target_link_options(${target} PRIVATE ${script} -static -static-libgcc -static-libstdc++)
   else()
-    target_link_options(${target} PRIVATE -Wl,--version-script=${script} -Wl,-Bsymbolic -Wl,--as-needed
+    target_link_options(${target} PRIVATE -Wl,--version-script=${script} -Wl,-Bsymbolic-functions -Wl,--as-needed
                         -Wl,-z,defs,-z,now,-z,noexecstack)
     if(NOT QOR_SANITIZE)
       target_link_options(${target} PRIVATE -static-libgcc)

@@ -75,6 +75,12 @@ QOR_TRIDIAGONAL(d, double)
 
 namespace qor {
 
+// Releases a block where there is one: not every core library takes null.
+inline void release(void *block) {
+    if (block != nullptr)
+        qor_serv_deallocate(block);
+}
+
 // The locks of the core library that this library takes.
 enum CoreLock : std::int32_t {
     thread_index_lock = 0, // creation of the thread-local index

@@ -42,7 +42,7 @@ template <class T> T fill_bins(Bin *bins, std::int64_t count, const T *x, std::i
 } // namespace
 
 Status rebuild_bins(Task &task) {
-    qor_serv_deallocate(task.bins);
+    release(task.bins);
     const std::int64_t count = std::clamp(task.nx / breakpoints_per_bin, fewest_bins, most_bins);
     task.bins = static_cast<Bin *>(
         qor_serv_allocate(static_cast<std::uint64_t>(count + 2) * sizeof(Bin), block_alignment));

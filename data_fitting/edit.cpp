@@ -1,4 +1,5 @@
 // Edits and queries of tasks, by parameter code.
+#include "core_interface/second_name.h"
 #include "data_fitting/bins.h"
 #include "data_fitting/tables.h"
 #include "data_fitting/task.h"
@@ -281,11 +282,9 @@ std::int32_t qor_df_kernel_dEditPPSpline1D(void *task, std::int64_t order, std::
     return edit_spline(task_of(task), order, type, bc_type, bc, ic_type, ic, scoeff, scoeff_hint);
 }
 
-} // extern "C"
-
 // Where only addresses move, precision does not matter.
-#define QOR_SECOND_NAME(name)                                                                                \
-    asm(".globl qor_df_kernel_s" #name "\n.set qor_df_kernel_s" #name ", qor_df_kernel_d" #name)
-QOR_SECOND_NAME(QueryPtr);
-QOR_SECOND_NAME(EditIdxPtr);
-QOR_SECOND_NAME(QueryIdxPtr);
+QOR_SECOND_NAME(qor_df_kernel_sQueryPtr, qor_df_kernel_dQueryPtr);
+QOR_SECOND_NAME(qor_df_kernel_sEditIdxPtr, qor_df_kernel_dEditIdxPtr);
+QOR_SECOND_NAME(qor_df_kernel_sQueryIdxPtr, qor_df_kernel_dQueryIdxPtr);
+
+} // extern "C"

@@ -14,7 +14,7 @@ namespace {
 template <class Address>
 Status rebuild(Address *&table, std::int64_t count, std::int64_t filled, Address first,
                std::uint64_t stride) {
-    qor_serv_deallocate(table);
+    release(table);
     table = nullptr;
     // A negative count is more than there is memory for.
     const auto entries = static_cast<std::uint64_t>(count);

@@ -75,10 +75,10 @@ std::int32_t qor_df_kernel_DeleteTask(void **handle) {
     if (handle == nullptr || *handle == nullptr)
         return QOR_DF_NULL_TASK;
     const auto *const task = static_cast<qor::df::Task *>(*handle);
-    qor_serv_deallocate(task->y);
-    qor_serv_deallocate(task->coefficients);
-    qor_serv_deallocate(task->bins);
-    qor_serv_deallocate(*handle);
+    qor::release(task->y);
+    qor::release(task->coefficients);
+    qor::release(task->bins);
+    qor::release(*handle);
     *handle = nullptr;
     return QOR_DF_OK;
 }

@@ -182,6 +182,45 @@ int32_t __bexUnregisterGlobRODataReference(const uint64_t *key);
  * for a key that is in use the call waits until it is not. */
 int32_t __bexGenerateNewGlobalRODataTableEntryId(uint64_t *key, uint64_t value);
 
+/* Saved images ------------------------------------------------------------------------------------ */
+
+/* A stream with its attached data, written to a file or to memory and made again from it; files and memory
+ * hold the same bytes on every system. docs/image_format.md describes them. Images of version 2 are written,
+ * versions 1 and 2 are read. A loaded stream lists its attached data in the reverse of the saved order.
+ *
+ * What a file claims about itself is checked. What no check can tell is believed: the numbers of the state,
+ * that a key of attached data which this process shares already stands for the same data, and everything
+ * about lengths in an image in memory. Load images of your own making. */
+
+#define BEX_STATUS_CLOSE_FAILED (-1100)
+#define BEX_STATUS_OPEN_FAILED (-1101)
+#define BEX_STATUS_WRITE_FAILED (-1102)
+#define BEX_STATUS_READ_FAILED (-1103)        /* the file ends before the image does */
+#define BEX_STATUS_BAD_FILE (-1110)           /* not an image, or not one of a generator known here */
+#define BEX_STATUS_BAD_VERSION (-1111)        /* an image of a later version */
+#define BEX_STATUS_NO_HARDWARE_RANDOM (-1130) /* a TRNG stream, and the processor lacks RDRAND */
+#define BEX_STATUS_NO_AES (-1140)             /* an ARS5 stream, and the processor lacks the AES instructions */
+#define BEX_STATUS_BAD_IMAGE (-1200)          /* -1110 and -1111 of images in memory */
+
+/* Writes a stream to a file, anew where there is one. `name` has `length` bytes, or ends with a NUL where
+ * length is negative; it is in the encoding of the system's file calls. Returns 0, BEX_STATUS_BAD_ID (no
+ * generator; no file is opened), BEX_STATUS_NO_MEMORY (for the name) or -1100 to -1102, whichever was first;
+ * after -1100 and -1102 the file is incomplete. Streams with more than 65535 chunks give -1102 and open no
+ * file. */
+int32_t __bexSaveStreamF(const void *stream, const char *name, int32_t length);
+/* Makes a stream from a file; bytes behind the image are not looked at. *stream is null on failure:
+ * BEX_STATUS_NO_MEMORY, BEX_STATUS_BAD_ID (the id of an empty row) or one of -1100, -1101, -1103 to -1140. */
+int32_t __bexLoadStreamF(void **stream, const char *name, int32_t length);
+/* The bytes of a stream's image: state_bytes + 8, and size + 24 for each chunk. BEX_STATUS_BAD_ID for no
+ * generator, -1102 for more than 65535 chunks, BEX_STATUS_NO_MEMORY for more than 2^31 - 1 bytes. */
+int32_t __bexGetStreamSize(const void *stream);
+/* Writes the image to a buffer of __bexGetStreamSize bytes, which needs no alignment. Bytes 1 to 3, 10, 11,
+ * 18 and 19 of the buffer stay as they are. Returns 0, BEX_STATUS_BAD_ID or -1102 (more than 65535 chunks). */
+int32_t __bexSaveStreamM(const void *stream, void *buffer);
+/* Makes a stream from a whole image in memory. *stream is null on failure: BEX_STATUS_NO_MEMORY,
+ * BEX_STATUS_BAD_ID, -1103 (chunks of an unknown version), -1130, -1140 or -1200. */
+int32_t __bexLoadStreamM(void **stream, const void *buffer);
+
 /* Generators -------------------------------------------------------------------------------------- */
 
 /* The entries in the rows of the tables, also for callers that know their generator. Of generators that this

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and tests every preset, or those named as arguments; stops at the first that fails.
+# Builds and tests every preset, or those named as arguments; stops at the first that fails. `fuzz` is one more.
 set -eu -o pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh test
@@ -7,7 +7,7 @@ export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:check_initialization_o
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS=halt_on_error=1
 
-[ $# -gt 0 ] || set -- release debug asan tsan windows
+[ $# -gt 0 ] || set -- release debug asan tsan windows fuzz
 
 # The sum of the numbers in "[  WORD  ] n tests" lines of GoogleTest programs. Wine ends lines with CR LF.
 tests_counted() {
@@ -16,9 +16,37 @@ tests_counted() {
         END { print n + 0 }' "$2"
 }
 
+# Saved images made up for a few seconds, from the corpus on.
+fuzz() {
+    local log=build/test_fuzz.log
+    if ! command -v clang++ >/dev/null; then
+        echo "skipped: libFuzzer comes with clang++ (package clang). The corpus is replayed by image_corpus_test."
+        return
+    fi
+    if ! { cmake -S . -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug \
+        -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DQOR_SANITIZE=address,undefined -DQOR_BUILD_TESTS=ON &&
+        cmake --build build/fuzz --target image_fuzz -j 2 && mkdir -p build/fuzz/found; } >"$log" 2>&1; then
+        tail -40 "$log"
+        echo "fuzz: build failed"
+        exit 1
+    fi
+    if ! build/fuzz/bin/image_fuzz -max_total_time=6 -max_len=400 -print_final_stats=1 -artifact_prefix=build/fuzz/ \
+        build/fuzz/found tests/fuzz/corpus tests/data/images >"$log" 2>&1; then
+        grep -vE '^#[0-9]+\s+(NEW|REDUCE|pulse)' "$log" | tail -40
+        echo "fuzz: a finding, see $log"
+        exit 1
+    fi
+    grep number_of_executed_units "$log"
+}
+
 mkdir -p build
 summary= passed=0
 for preset in "$@"; do
+    if [ "$preset" = fuzz ]; then
+        echo "== fuzz"
+        fuzz
+        continue
+    fi
     log=build/test_$preset.log
     started=$SECONDS
     echo "== $preset"

@@ -101,8 +101,11 @@ int main() {
                 "// The characteristic polynomial of MT19937's step: the exponents of its %zu terms.\n"
                 "inline constexpr std::uint16_t mt19937_exponents[] = {",
                 exponents.size());
-    for (std::size_t i = 0; i < exponents.size(); ++i)
-        std::printf("%s%5d,", i % 15 == 0 ? "\n    " : " ", exponents[i]);
+    for (std::size_t i = 0; i < exponents.size(); ++i) {
+        const bool starts_line = i % 15 == 0;
+        const int padding = starts_line ? 4 : exponents[i - 1] < 10000 ? 2 : 1;
+        std::printf("%s%*s%d,", starts_line ? "\n" : "", padding, "", exponents[i]);
+    }
     std::printf("\n};\n"
                 "\n"
                 "} // namespace qor::bex\n");

@@ -1,5 +1,5 @@
-// Makes vector_math/kernels/trigonometric_tables.h: sines and cosines of the multiples of pi/64, pi/64 in
-// parts, and the bits of 1/(2 pi).
+// Makes vector_math/kernels/trigonometric_tables.h: sines, cosines and tangents of the multiples of pi/64,
+// pi/64 in parts, and the bits of 1/(2 pi).
 //   g++ -O2 tools/trigonometric_tables.cpp -lmpfr -lgmp && ./a.out >
 //   vector_math/kernels/trigonometric_tables.h
 #include <cmath>
@@ -45,7 +45,7 @@ int main() {
     mpfr_t s, c;
     mpfr_inits2(300, s, c, nullptr);
     std::printf(
-        "// Made by tools/trigonometric_tables.cpp: sines of the multiples of pi/64.\n"
+        "// Made by tools/trigonometric_tables.cpp: sines and tangents of the multiples of pi/64.\n"
         "#pragma once\n\n#include <cstdint>\n\n"
         "namespace qor::fyn {\n\n"
         "// pi/64 in four parts: multiples of 2^-31, 2^-58, 2^-85, and the nearest double to the rest.\n");
@@ -79,6 +79,21 @@ int main() {
         sine(c, j + quarter);
         mpfr_d_sub(c, std::copysign(1.0, mpfr_get_d(c, MPFR_RNDN)), c, MPFR_RNDN);
         std::printf("    %a,\n", mpfr_get_d(c, MPFR_RNDN));
+    }
+    std::printf("};\n\n"
+                "struct TangentPair {\n    double leading, rest;\n};\n\n"
+                "// Tangents of j pi/64 for j < %d, and of (j - %d) pi/64 from there on.\n"
+                "alignas(64) inline constexpr TangentPair angle_tangents[%d] = {\n",
+                quarter / 2, quarter, quarter);
+    for (int j = 0; j < quarter; ++j) {
+        mpfr_const_pi(s, MPFR_RNDN);
+        mpfr_mul_si(s, s, j < quarter / 2 ? j : j - quarter, MPFR_RNDN);
+        mpfr_div_ui(s, s, steps, MPFR_RNDN);
+        mpfr_tan(s, s, MPFR_RNDN);
+        if (j == quarter / 2)
+            mpfr_set_si(s, -1, MPFR_RNDN);
+        const double leading = take_part(s, 0);
+        std::printf("    {%a, %a},\n", leading, mpfr_get_d(s, MPFR_RNDN));
     }
     std::printf("};\n\n"
                 "// 64 zeros, then the bits of 1/(2 pi) from the one of weight 2^-1 on.\n"

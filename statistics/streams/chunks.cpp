@@ -13,7 +13,7 @@ const Stream &stream_at(const void *stream) { return *static_cast<const Stream *
 
 void release(Chunk *chunk) {
     if (!unshare(chunk->key))
-        qor_serv_deallocate(chunk->data);
+        qor::release(chunk->data);
     qor_serv_deallocate(chunk);
 }
 

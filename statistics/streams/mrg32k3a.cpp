@@ -160,8 +160,9 @@ struct Mrg32k3a {
         for (; i < n; ++i) {
             First::step(state.x);
             Second::step(state.y);
-            const std::uint32_t x = state.x.v[2], y = state.y.v[2];
-            sink.put_one(i, x < y ? x - y + First::modulus : x - y);
+            // Either sign is as likely: a mask, as a branch would be mispredicted every other time.
+            const std::int64_t difference = std::int64_t{state.x.v[2]} - state.y.v[2];
+            sink.put_one(i, static_cast<std::uint32_t>(difference + (difference >> 63 & First::modulus)));
         }
     }
 };

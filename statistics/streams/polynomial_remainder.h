@@ -15,7 +15,7 @@ struct ScratchBlock {
     void *const data;
 
     explicit ScratchBlock(std::uint64_t bytes) : data(qor_serv_allocate(bytes, 128)) {}
-    ~ScratchBlock() { qor_serv_deallocate(data); }
+    ~ScratchBlock() { release(data); }
     ScratchBlock(const ScratchBlock &) = delete;
     ScratchBlock &operator=(const ScratchBlock &) = delete;
 };

@@ -98,7 +98,7 @@ bool unshare(const ChunkKey &key) {
         }
     }
     while (unused_count > 0)
-        qor_serv_deallocate(unused[--unused_count]);
+        release(unused[--unused_count]);
     return found;
 }
 

@@ -1,5 +1,6 @@
 // The editors of summary-statistics tasks. They only store addresses, so the single- and double-precision
 // names of an editor are two names of one routine.
+#include "core_interface/second_name.h"
 #include "statistics/summary/parameters.h"
 #include "statistics/summary/task.h"
 
@@ -173,20 +174,18 @@ std::int32_t __bexdSSEditMissingVals(void *task, Value parameter_count, Value al
                              {BEX_SS_IMPUTATION_ESTIMATES, estimates}});
 }
 
-// The second names. The compiler checks them against the header's declarations.
-#define QOR_SINGLE_NAME(name) decltype(__bexdSS##name) __bexsSS##name __attribute__((alias("__bexdSS" #name)))
-QOR_SINGLE_NAME(EditTask);
-QOR_SINGLE_NAME(EditMoments);
-QOR_SINGLE_NAME(EditSums);
-QOR_SINGLE_NAME(EditCovCor);
-QOR_SINGLE_NAME(EditCP);
-QOR_SINGLE_NAME(EditPartialCovCor);
-QOR_SINGLE_NAME(EditMtxParametrz);
-QOR_SINGLE_NAME(EditQuantiles);
-QOR_SINGLE_NAME(EditStreamQuantiles);
-QOR_SINGLE_NAME(EditPooledCovariance);
-QOR_SINGLE_NAME(EditRCov);
-QOR_SINGLE_NAME(EditOutDetect);
-QOR_SINGLE_NAME(EditMissingVals);
+QOR_SECOND_NAME(__bexsSSEditTask, __bexdSSEditTask);
+QOR_SECOND_NAME(__bexsSSEditMoments, __bexdSSEditMoments);
+QOR_SECOND_NAME(__bexsSSEditSums, __bexdSSEditSums);
+QOR_SECOND_NAME(__bexsSSEditCovCor, __bexdSSEditCovCor);
+QOR_SECOND_NAME(__bexsSSEditCP, __bexdSSEditCP);
+QOR_SECOND_NAME(__bexsSSEditPartialCovCor, __bexdSSEditPartialCovCor);
+QOR_SECOND_NAME(__bexsSSEditMtxParametrz, __bexdSSEditMtxParametrz);
+QOR_SECOND_NAME(__bexsSSEditQuantiles, __bexdSSEditQuantiles);
+QOR_SECOND_NAME(__bexsSSEditStreamQuantiles, __bexdSSEditStreamQuantiles);
+QOR_SECOND_NAME(__bexsSSEditPooledCovariance, __bexdSSEditPooledCovariance);
+QOR_SECOND_NAME(__bexsSSEditRCov, __bexdSSEditRCov);
+QOR_SECOND_NAME(__bexsSSEditOutDetect, __bexdSSEditOutDetect);
+QOR_SECOND_NAME(__bexsSSEditMissingVals, __bexdSSEditMissingVals);
 
 } // extern "C"

@@ -87,8 +87,7 @@ std::int32_t __bexSSDeleteTask(void **handle) {
     if (handle == nullptr || *handle == nullptr)
         return BEX_SS_STATUS_NULL_TASK;
     SummaryTask &task = *static_cast<SummaryTask *>(*handle);
-    if (task.words[private_buffer] != 0)
-        qor_serv_deallocate(std::bit_cast<void *>(task.words[private_buffer]));
+    qor::release(std::bit_cast<void *>(task.words[private_buffer]));
     run_clean_ups(task);
     qor_serv_deallocate(&task);
     *handle = nullptr;

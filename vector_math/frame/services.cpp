@@ -1,5 +1,6 @@
 // The exported services of vector math. Each name `_fyn<Name>` is a second name of
 // `qor_fyn_kernel_<Name>`: one entry, one address.
+#include "core_interface/second_name.h"
 #include "vector_math/frame/thread_state.h"
 
 using namespace qor::fyn;
@@ -64,15 +65,14 @@ std::uint32_t qor_fyn_kernel_GetTTableIndexM(std::uint64_t, std::uint32_t mode) 
 
 std::int32_t dll_cpu_version() { return 0; }
 
-} // extern "C"
+QOR_SECOND_NAME(_fynSetMode, qor_fyn_kernel_SetMode);
+QOR_SECOND_NAME(_fynGetMode, qor_fyn_kernel_GetMode);
+QOR_SECOND_NAME(_fynSetErrStatus, qor_fyn_kernel_SetErrStatus);
+QOR_SECOND_NAME(_fynGetErrStatus, qor_fyn_kernel_GetErrStatus);
+QOR_SECOND_NAME(_fynClearErrStatus, qor_fyn_kernel_ClearErrStatus);
+QOR_SECOND_NAME(_fynSetErrorCallBack, qor_fyn_kernel_SetErrorCallBack);
+QOR_SECOND_NAME(_fynGetErrorCallBack, qor_fyn_kernel_GetErrorCallBack);
+QOR_SECOND_NAME(_fynClearErrorCallBack, qor_fyn_kernel_ClearErrorCallBack);
+QOR_SECOND_NAME(_fynSetInterfInputVectorPointer, qor_fyn_kernel_SetInterfInputVectorPointer);
 
-#define QOR_SECOND_NAME(name) asm(".globl _fyn" #name "\n.set _fyn" #name ", qor_fyn_kernel_" #name)
-QOR_SECOND_NAME(SetMode);
-QOR_SECOND_NAME(GetMode);
-QOR_SECOND_NAME(SetErrStatus);
-QOR_SECOND_NAME(GetErrStatus);
-QOR_SECOND_NAME(ClearErrStatus);
-QOR_SECOND_NAME(SetErrorCallBack);
-QOR_SECOND_NAME(GetErrorCallBack);
-QOR_SECOND_NAME(ClearErrorCallBack);
-QOR_SECOND_NAME(SetInterfInputVectorPointer);
+} // extern "C"

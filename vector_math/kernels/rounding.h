@@ -7,40 +7,28 @@
 #pragma once
 
 #include "vector_math/frame/element.h"
-#include "vector_math/frame/lanes.h"
+#include "vector_math/kernels/argument_window.h"
+#include "vector_math/kernels/lane_bits.h"
 
 #include <bit>
+#include <limits>
 
 namespace qor::fyn {
 
-template <class V> V with_sign(V positive, IntegersOf<V> sign) {
-    return from_bits<V>(bits_of(positive) | sign);
-}
-template <class V> V magnitude(V x) { return from_bits<V>(bits_of(x) & ~sign_bit<ElementOf<V>>); }
-
-// Rounds in lanes by a rule on the argument, an integer beside it and its sign. No lane is special and
-// nothing is reported.
+// Rounds in lanes by a rule on the argument, an integer beside it and its sign.
 template <class Rule, SseGuard guard> struct RoundingFunction {
     static constexpr int pass = 8;
     static constexpr double padding = 0.75;
     static constexpr SseGuard sse_guard = guard;
 
-    template <class V> static IntegersOf<V> special(V) { return IntegersOf<V>{}; }
-
     template <class V> static V value(V x) {
         using T = ElementOf<V>;
-        const auto sign = bits_of(x) & sign_bit<T>;
+        const auto sign = sign_of(x);
         const V shifter = from_bits<V>(bits_of(broadcast<V>(integers_from<T>)) | sign);
         const V nearest = (x + shifter) - shifter;
         const V rounded = Rule::template step<V>(x, nearest, sign);
         const V chosen = magnitude(x) < integers_from<T> ? rounded : x;
         return from_bits<V>(bits_of(chosen) | sign);
-    }
-
-    // One element, for functions built on this one; no lane is special.
-    template <class T> static Status eval(T x, T &r) noexcept {
-        r = value(broadcast<Lanes<T>>(x))[0];
-        return status_ok;
     }
 };
 
@@ -71,47 +59,47 @@ using Floor = RoundingFunction<FloorRule, SseGuard::silent>;
 using Trunc = RoundingFunction<TruncRule, SseGuard::silent>;
 using Round = RoundingFunction<RoundRule, SseGuard::mode_driven>;
 
-// By the caller's rounding direction: upwards and downwards are directions of the number, not of its
-// magnitude, so the power of two takes the number's sign.
+// By the caller's rounding direction, which is one of the number, not of its magnitude: the power of two has
+// the number's sign. Where it is not wanted it is a zero, which makes NaNs quiet.
 struct Rint {
+    static constexpr int pass = 8;
+    static constexpr float padding = 1;
     static constexpr SseGuard sse_guard = SseGuard::masks_only;
-    template <class T> static Status eval(T x, T &r) noexcept {
-        const T magnitude = x < 0 ? -x : x;
-        if (!(magnitude < integers_from<T>)) {
-            r = x != x ? x + x : x; // a NaN made quiet, an infinity or an integer
-            return status_ok;
-        }
-        using Bits = IntegerOf<T>;
-        const Bits sign = std::bit_cast<Bits>(x) & sign_bit<T>;
-        volatile T shifter = std::bit_cast<T>(std::bit_cast<Bits>(integers_from<T>) | sign);
-        const T shifted = x + shifter;
-        const T rounded = shifted - shifter;
-        r = std::bit_cast<T>(static_cast<Bits>((std::bit_cast<Bits>(rounded) & ~sign_bit<T>) | sign));
-        return status_ok;
+
+    template <class V> static V value(V x) {
+        using T = ElementOf<V>;
+        const auto sign = sign_of(x);
+        const auto integral = whole_lanes(
+            outside_window(x, 0, top_word(integers_from<T>), std::numeric_limits<std::int32_t>::max()));
+        const V shifter = with_sign(where_not(from_bits<V>(integral), broadcast<V>(integers_from<T>)), sign);
+        return with_sign(magnitude((x + shifter) - shifter), sign);
     }
 };
 using NearbyInt = Rint;
 
-// Integral part and the rest, both with the argument's sign; the rest of an infinity is a zero.
+// Integral part and the rest, both with the argument's sign; the rest of an infinity is a zero. Exact, so no
+// flag is raised.
 struct Modf {
-    template <class T> static Status eval(T x, T &integral, T &fraction) noexcept {
-        Trunc::eval(x, integral);
-        using Bits = IntegerOf<T>;
-        const Bits sign = std::bit_cast<Bits>(x) & sign_bit<T>;
-        const T rest = x - integral;
-        if (x != x)
-            integral = fraction = x + x;
-        else if (rest != rest || rest == 0)
-            fraction = std::bit_cast<T>(sign);
-        else
-            fraction = rest;
-        return status_ok;
+    static constexpr int pass = 8;
+    static constexpr float padding = 1;
+    static constexpr SseGuard sse_guard = SseGuard::silent;
+
+    template <class V> static void value(V x, V &integral, V &fraction) {
+        const V whole = Trunc::value(x);
+        const V rest = x - whole; // a NaN, made quiet, where x is one
+        integral = x == x ? whole : rest;
+        fraction = with_sign(where(whole != x, rest), sign_of(x));
     }
 };
 struct Frac {
-    template <class T> static Status eval(T x, T &r) noexcept {
-        T integral;
-        return Modf::eval(x, integral, r);
+    static constexpr int pass = Modf::pass;
+    static constexpr float padding = Modf::padding;
+    static constexpr SseGuard sse_guard = Modf::sse_guard;
+
+    template <class V> static V value(V x) {
+        V integral, fraction;
+        Modf::value(x, integral, fraction);
+        return fraction;
     }
 };
 

@@ -43,6 +43,8 @@ namespace angle_lanes {
 using V = Lanes<double>;
 
 inline constexpr double steps_per_radian = 0x1.45f306dc9c883p+4; // 64 / pi
+inline constexpr double steps_per_radian_hi = 0x1.45f306ep+4;    // 28 bits
+inline constexpr double steps_per_radian_lo = -0x1.b1bbead603d8bp-27;
 inline constexpr double shifter = 0x1.8p+52;                     // rounds to an integer by addition
 inline constexpr int steps_of_quarter = 32, steps_of_turn = 128;
 
@@ -68,21 +70,27 @@ template <class W> W set_aside(W x) {
     return from_bits<W>(bits_of(x) & whole_lanes(std::bit_cast<IntegersOf<W>>(words < lowest + range)));
 }
 
+// The result of an odd function: where 0 went through the lanes for a tiny x, x itself.
+template <class W> W tiny_given_back(W result, W x, W inside) {
+    return from_bits<W>(bits_of(result) | (bits_of(x) ^ bits_of(inside)));
+}
+
 // Element n of a table in every lane.
 struct Entries {
-    std::uint32_t low, high;
+    std::uint64_t low, high;
     explicit Entries(Lanes<std::int64_t> n) {
-        const auto words = std::bit_cast<__m128i>(n & (steps_of_turn - 1));
-        low = static_cast<std::uint32_t>(_mm_cvtsi128_si32(words));
-        high = static_cast<std::uint32_t>(_mm_extract_epi16(words, 4));
+        const auto words = std::bit_cast<__m128i>(n);
+        const auto swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
+        low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(words)) % steps_of_turn;
+        high = static_cast<std::uint64_t>(_mm_cvtsi128_si64(swapped)) % steps_of_turn;
     }
     V of(const double *table) const { return V{table[low], table[high]}; }
 };
 
-// x = n pi/64 + (r - excess)
+// x = n pi/64 + (r - excess); of n the low bits count.
 struct Reduced {
     V r, excess;
-    Entries entries;
+    Lanes<std::int64_t> n;
 };
 
 inline Reduced reduce(V x) {
@@ -91,7 +99,19 @@ inline Reduced reduce(V x) {
     const V exact = (x - n * angle_step_1) - n * angle_step_2;
     const V third = n * angle_step_3;
     const V r = exact - third;
-    return {r, (third - (exact - r)) + n * angle_step_4, Entries(bits_of(shifted))};
+    return {r, (third - (exact - r)) + n * angle_step_4, bits_of(shifted)};
+}
+
+// A single-precision x = (n + f) pi/64: its product with the leading part is exact.
+struct ReducedSteps {
+    V f;
+    Lanes<std::int64_t> n;
+};
+
+inline ReducedSteps reduce_single(V x) {
+    const V steps = x * steps_per_radian_hi;
+    const V shifted = steps + shifter;
+    return {(steps - (shifted - shifter)) + x * steps_per_radian_lo, bits_of(shifted)};
 }
 
 // (cos r - 1) / r^2 and (sin r - r) / r^3, in u = r^2: interpolated at Chebyshev's nodes of 0 <= r <= pi/128.
@@ -99,14 +119,14 @@ inline V cosine_term(V u) { return (u * -0.0013888739486776094 + 0.0416666666655
 inline V sine_term(V u) {
     return (u * -0.00019841020837824274 + 0.008333333332770842) * u - 0.16666666666666666;
 }
-inline V short_sine_term(V u) { return u * 0.008333213811818094 - 0.1666666666576668; }
 
 template <int quarters> [[gnu::always_inline]] inline V sine_plus_quarters(const Reduced &x) {
     const V square = x.r * x.r;
-    const V s = x.entries.of(angle_sines + quarters * steps_of_quarter);
-    const V c = x.entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
-    const V s_excess = x.entries.of(angle_excesses + quarters * steps_of_quarter);
-    const V c_lack = x.entries.of(angle_lacks + quarters * steps_of_quarter);
+    const Entries entries(x.n);
+    const V s = entries.of(angle_sines + quarters * steps_of_quarter);
+    const V c = entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
+    const V s_excess = entries.of(angle_excesses + quarters * steps_of_quarter);
+    const V c_lack = entries.of(angle_lacks + quarters * steps_of_quarter);
     const V signed_r = from_bits<V>(bits_of(x.r) ^ (bits_of(c) & sign_bit<double>));
     const V leading = s + signed_r;
     const V lost = (s - leading) + signed_r;
@@ -116,17 +136,23 @@ template <int quarters> [[gnu::always_inline]] inline V sine_plus_quarters(const
            (((s * cosine_term(square) + (signed_r - lack) * sine_term(square)) * square + small) - lack);
 }
 
-// To about 48 bits.
-template <int quarters> [[gnu::always_inline]] inline V short_sine_plus_quarters(V x) {
-    const V shifted = x * steps_per_radian + shifter;
-    const V n = shifted - shifter;
-    const V r = (x - n * angle_step_1) - n * angle_step_rest;
-    const V square = r * r;
-    const Entries entries(bits_of(shifted));
-    const V s = entries.of(angle_sines + quarters * steps_of_quarter);
-    const V c = entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
-    return s * (square * cosine_term(square) + 1.0) + c * (r + r * (square * short_sine_term(square)));
-}
+// sin(x + quarters pi/2), or with both the cosine too, to about 46 bits.
+struct SingleSine {
+    V sine, cosine;
+    Entries entries;
+    // of f pi/64
+    explicit SingleSine(V x) : SingleSine(reduce_single(x)) {}
+    explicit SingleSine(const ReducedSteps &x) : entries(x.n) {
+        const V u = x.f * x.f;
+        cosine = (u * 2.419105137755519e-07 - 0.0012047856927529471) * u + 0.9999999999999893;
+        sine = x.f * ((u * 2.3749721791707613e-09 - 1.9713259806406893e-05) * u + 0.04908738521234044);
+    }
+    template <int quarters> V plus_quarters() const {
+        const V s = entries.of(angle_sines + quarters * steps_of_quarter);
+        const V c = entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
+        return s * cosine + c * sine;
+    }
+};
 
 // A finite argument from 2^21 on: x / (2 pi) less whole turns, by multiplying with the bits that matter.
 inline Reduced reduce_special(double x) {
@@ -158,7 +184,7 @@ inline Reduced reduce_special(double x) {
     const DoubleDouble angle = turns * by_power_of_two(pi, 1);
     const double scale = std::copysign(power_of_two(-zeros), below != (x < 0) ? -1.0 : 1.0);
     return {broadcast<V>(angle.hi * scale), broadcast<V>(-angle.lo * scale),
-            Entries(Lanes<std::int64_t>{} + static_cast<std::int64_t>(x < 0 ? 0 - n : n))};
+            Lanes<std::int64_t>{} + static_cast<std::int64_t>(x < 0 ? 0 - n : n)};
 }
 
 } // namespace angle_lanes
@@ -168,7 +194,8 @@ template <int quarters> struct SineLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
 
-    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
+    template <class W> static IntegersOf<W> special(W x) requires (sizeof(ElementOf<W>)==4) { return angle_lanes::special(x); }
+    static std::int64_t special_bits(double x) { return std::int64_t(angle_lanes::special_from<double>-1) - std::int64_t(std::bit_cast<std::uint64_t>(x)>>32&0x7FFFFFFF); }
 
     template <class W> [[gnu::always_inline]] static W value(W x) {
         const W inside = angle_lanes::set_aside(x);
@@ -177,8 +204,8 @@ template <int quarters> struct SineLanes {
             result = angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(inside));
         else
             result = through_double(
-                inside, [](Lanes<double> v) { return angle_lanes::short_sine_plus_quarters<quarters>(v); });
-        return quarters == 0 ? from_bits<W>(bits_of(result) | (bits_of(x) ^ bits_of(inside))) : result;
+                inside, [](Lanes<double> v) { return angle_lanes::SingleSine(v).plus_quarters<quarters>(); });
+        return quarters == 0 ? angle_lanes::tiny_given_back(result, x, inside) : result;
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
@@ -201,11 +228,26 @@ struct SinCosLanes {
     static constexpr int pass = SinLanes::pass;
     static constexpr double padding = SinLanes::padding;
 
-    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
+    template <class W> static IntegersOf<W> special(W x) requires (sizeof(ElementOf<W>)==4) { return angle_lanes::special(x); }
+    static std::int64_t special_bits(double x) { return std::int64_t(angle_lanes::special_from<double>-1) - std::int64_t(std::bit_cast<std::uint64_t>(x)>>32&0x7FFFFFFF); }
 
     template <class W> [[gnu::always_inline]] static void value(W x, W &sine, W &cosine) {
-        sine = SinLanes::value(x);
-        cosine = CosLanes::value(x);
+        if constexpr (sizeof(ElementOf<W>) == 8) {
+            sine = SinLanes::value(x);
+            cosine = CosLanes::value(x);
+        } else {
+            const W inside = angle_lanes::set_aside(x);
+            Lanes<double> cosines[2];
+            int half = 0;
+            sine = through_double(inside, [&](Lanes<double> v) {
+                const angle_lanes::SingleSine parts(v);
+                cosines[half++] = parts.plus_quarters<1>();
+                return parts.plus_quarters<0>();
+            });
+            sine = angle_lanes::tiny_given_back(sine, x, inside);
+            half = 0;
+            cosine = through_double(inside, [&](Lanes<double>) { return cosines[half++]; });
+        }
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &sine, T &cosine) noexcept {

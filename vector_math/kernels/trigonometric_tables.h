@@ -1,4 +1,4 @@
-// Made by tools/trigonometric_tables.cpp: sines of the multiples of pi/64.
+// Made by tools/trigonometric_tables.cpp: sines and tangents of the multiples of pi/64.
 #pragma once
 
 #include <cstdint>
@@ -533,6 +533,46 @@ alignas(64) inline constexpr double angle_lacks[160] = {
     0x1.b4dfbe45c67b1p-1,
     0x1.cdd0b287ac97bp-1,
     0x1.e6e09a0ef227fp-1,
+};
+
+struct TangentPair {
+    double leading, rest;
+};
+
+// Tangents of j pi/64 for j < 16, and of (j - 32) pi/64 from there on.
+alignas(64) inline constexpr TangentPair angle_tangents[32] = {
+    {0x0p+0, 0x0p+0},
+    {0x1.927278a3b1162p-5, 0x1.ada13ceebab9dp-64},
+    {0x1.936bb8c5b2da2p-4, 0x1.87d054f689d7ap-58},
+    {0x1.2fcac73a6064p-3, 0x1.2cfb5a746f62cp-58},
+    {0x1.975f5e0553158p-3, 0x1.ef5d367441946p-61},
+    {0x1.007fa758626aep-2, 0x1.5a6d6c3c8b6a7p-57},
+    {0x1.36a08355c63dcp-2, -0x1.d704d1bfdb6e8p-57},
+    {0x1.6e649f7d78649p-2, 0x1.78e945dc3913cp-57},
+    {0x1.a827999fcef32p-2, 0x1.08b2fb1366ea9p-56},
+    {0x1.e450e0d273e7ap-2, 0x1.41522f15e53c5p-56},
+    {0x1.11ab7190834ecp-1, -0x1.e564bcd1e635dp-55},
+    {0x1.32e1889047ffdp-1, -0x1.10b4421e6a4f8p-55},
+    {0x1.561b82ab7f99p-1, 0x1.7a8c52172b675p-55},
+    {0x1.7bb99ed2990cfp-1, -0x1.aa7538e44e996p-55},
+    {0x1.a43002ae4285p-1, -0x1.a6db80fe796fep-56},
+    {0x1.d00cbc7384d2ep-1, 0x1.8dcad85e60fbep-56},
+    {-0x1p+0, 0x0p+0},
+    {-0x1.d00cbc7384d2ep-1, -0x1.8dcad85e60fbep-56},
+    {-0x1.a43002ae4285p-1, 0x1.a6db80fe796fep-56},
+    {-0x1.7bb99ed2990cfp-1, 0x1.aa7538e44e996p-55},
+    {-0x1.561b82ab7f99p-1, -0x1.7a8c52172b675p-55},
+    {-0x1.32e1889047ffdp-1, 0x1.10b4421e6a4f8p-55},
+    {-0x1.11ab7190834ecp-1, 0x1.e564bcd1e635dp-55},
+    {-0x1.e450e0d273e7ap-2, -0x1.41522f15e53c5p-56},
+    {-0x1.a827999fcef32p-2, -0x1.08b2fb1366ea9p-56},
+    {-0x1.6e649f7d78649p-2, -0x1.78e945dc3913cp-57},
+    {-0x1.36a08355c63dcp-2, 0x1.d704d1bfdb6e8p-57},
+    {-0x1.007fa758626aep-2, -0x1.5a6d6c3c8b6a7p-57},
+    {-0x1.975f5e0553158p-3, -0x1.ef5d367441946p-61},
+    {-0x1.2fcac73a6064p-3, -0x1.2cfb5a746f62cp-58},
+    {-0x1.936bb8c5b2da2p-4, -0x1.87d054f689d7ap-58},
+    {-0x1.927278a3b1162p-5, -0x1.ada13ceebab9dp-64},
 };
 
 // 64 zeros, then the bits of 1/(2 pi) from the one of weight 2^-1 on.

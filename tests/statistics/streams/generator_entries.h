@@ -85,7 +85,7 @@ struct GeneratorEntries {
         Record end = start;
         draw(end, static_cast<int>(expected.size() / words));
         check_cuts<std::uint32_t>(start, expected, words, end, integers);
-        for (const auto &[a, b] : {std::pair{0.0F, 1.0F}, {-3.0F, 5.0F}, {2.0F, -0.125F}}) {
+        for (const auto &[a, b] : {std::pair{0.0F, 1.0F}, {-0.1F, 5.7e4F}, {2.0F, -0.125F}}) {
             const float fa = a, fb = b;
             const double da = a / 3.0, db = b / 3.0;
             std::vector<double> in_double;

@@ -48,6 +48,26 @@ void check(const u32 (&m)[4], const Record &start, std::size_t n) {
     });
 }
 
+u64 power(u64 a, u32 e, u64 m) {
+    u64 result = 1;
+    for (; e > 0; e >>= 1, a = a * a % m)
+        result = e & 1 ? result * a % m : result;
+    return result;
+}
+
+// The order of a modulo m is m - 1. It is so only for primes, and only for their primitive roots (Lucas).
+bool has_full_order(u32 a, u32 m) {
+    bool full = power(a, m - 1, m) == 1;
+    u32 rest = m - 1;
+    for (u32 q = 2; rest > 1; q = q * q > rest ? rest : q + 1)
+        if (rest % q == 0) {
+            full = full && power(a, (m - 1) / q, m) != 1;
+            while (rest % q == 0)
+                rest /= q;
+        }
+    return full;
+}
+
 TEST(WichmannHill, Table) {
     std::set<u32> moduli;
     for (const auto &member : wichmann_hill_members)
@@ -56,11 +76,7 @@ TEST(WichmannHill, Table) {
             EXPECT_TRUE(moduli.insert(m).second) << m << " twice";
             EXPECT_TRUE(m > 16700000 && m < 1 << 24) << m;
             EXPECT_TRUE(member.multipliers[c] >= 112 && member.multipliers[c] <= 127) << m;
-            // The order of a is m - 1 exactly when m is prime and a a primitive root.
-            u32 order = 1;
-            for (u32 power = member.multipliers[c]; power > 1; ++order)
-                power = power * member.multipliers[c] % m;
-            EXPECT_EQ(order, m - 1);
+            EXPECT_TRUE(has_full_order(member.multipliers[c], m)) << m;
             for (std::size_t other = 0; other < c; ++other)
                 EXPECT_EQ(std::gcd((m - 1) / 2, (member.moduli[other] - 1) / 2), 1u) << m;
         }
@@ -117,16 +133,11 @@ TEST(WichmannHill, EveryProductIsExact) {
             Record record;
             record.header.brng = first_id + static_cast<u32>(i) % 273;
             for (std::size_t c = 0; c < 4; ++c) {
-                u64 x = i / 273 % 4 == 0 ? m[c] - 1 - random() % 3 : 1 + random() % (m[c] - 1), a = 1,
-                    base = x;
-                if (i % 3 == 0) {
-                    a = m[c] - 1 - random() % 2;
-                } else if (i % 3 == 1) {
-                    a = 1 + random() % (m[c] - 1);
-                } else {
-                    for (u32 e = m[c] - 2; e > 0; e >>= 1, base = base * base % m[c]) // the inverse of x
-                        a = e & 1 ? a * base % m[c] : a;
-                    a = i % 2 == 0 ? a : m[c] - a;
+                u64 x = i / 273 % 4 == 0 ? m[c] - 1 - random() % 3 : 1 + random() % (m[c] - 1);
+                const u64 a = i % 3 == 0 ? m[c] - 1 - random() % 2 : 1 + random() % (m[c] - 1);
+                if (i % 3 == 1) { // one of the words is 1 or -1
+                    x = power(power(a, 1 + static_cast<u32>(i) % 13, m[c]), m[c] - 2, m[c]);
+                    x = i % 2 == 0 ? x : m[c] - x;
                 }
                 record.state[c] = static_cast<u32>(x);
                 record.state[4 + c] = static_cast<u32>(a);

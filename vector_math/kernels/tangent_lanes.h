@@ -1,0 +1,115 @@
+// Tangent over lanes.
+//
+// x = n pi/64 + r, |r| <= pi/128, as for the sine (trigonometric_lanes.h). With T the tangent of the step
+// n pi/64, less the nearest multiple of pi/2, |T| <= 1, and t = tan r,
+//   tan x = (T + t) / (1 - T t),   or the negative inverse where that multiple is odd.
+//
+// Double: T + t and 1 - T t in two parts each. T t is below 2^-5.3, so that its own rounding stays below 2^-58
+// of the denominator; t - r is below 2^-12 of T + t. The quotient comes from the denominator's reciprocal and
+// what the product of both leaves of the numerator; only the last addition rounds near the result's last
+// place. t - r: approximation error below 2^-66 of r.
+// Single: in double precision without the small parts, approximation error below 2^-53; rounded once.
+#pragma once
+
+#include "vector_math/kernels/trigonometric_lanes.h"
+
+namespace qor::fyn {
+
+namespace angle_lanes {
+
+// Parts of a sum, the first being the sum rounded.
+struct TwoParts {
+    V leading, rest;
+};
+
+// All of a lane set where its step is nearer to an odd multiple of pi/2.
+inline Lanes<std::int64_t> in_odd_quadrant(Lanes<std::int64_t> n) {
+    const auto top = _mm_slli_epi64(std::bit_cast<__m128i>(n + steps_of_quarter / 2), 63 - 5);
+    static_assert(steps_of_quarter == 1 << 5);
+    return whole_lanes(std::bit_cast<Lanes<std::int64_t>>(_mm_srai_epi32(top, 31)));
+}
+
+inline void swap_where(Lanes<std::int64_t> chosen, V &a, V &b) {
+    const auto difference = (bits_of(a) ^ bits_of(b)) & chosen;
+    a = from_bits<V>(bits_of(a) ^ difference);
+    b = from_bits<V>(bits_of(b) ^ difference);
+}
+
+inline V with_sign_of(V size, Lanes<std::int64_t> chosen) {
+    return from_bits<V>(bits_of(size) ^ (chosen & sign_bit<double>));
+}
+
+// The upper 26 bits: their products are exact.
+inline V upper_half(V v) { return from_bits<V>(bits_of(v) & ~((std::int64_t{1} << 27) - 1)); }
+
+inline V quotient(const TwoParts &numerator, const TwoParts &denominator) {
+    const V inverse = 1.0 / denominator.leading;
+    const V q = numerator.leading * inverse;
+    const V q_hi = upper_half(q), q_lo = q - q_hi;
+    const V d_hi = upper_half(denominator.leading), d_lo = denominator.leading - d_hi;
+    const V left = ((numerator.leading - q_hi * d_hi) - q_hi * d_lo) - q_lo * denominator.leading;
+    return q + (left + (numerator.rest - q * denominator.rest)) * inverse;
+}
+
+[[gnu::always_inline]] inline V tangent(const Reduced &x) {
+    const V square = x.r * x.r;
+    const V cube = square * x.r;
+    const V beyond = cube * ((0.3333333333333333 + square * 0.13333333333381794) +
+                             (square * square) * (0.05396824994613934 + square * 0.021880170441563335));
+    V step, step_rest;
+    look_up_modulo(angle_tangents, x.n, step, step_rest);
+    const V sum = step + x.r;
+    const V small = ((step - sum) + x.r) + (step_rest + (beyond - x.excess));
+    TwoParts a{sum + small, {}};
+    a.rest = (sum - a.leading) + small;
+    const V product = step * (x.r + beyond);
+    TwoParts b{1.0 - product, {}};
+    b.rest = (1.0 - b.leading) - product;
+    const auto odd = in_odd_quadrant(x.n);
+    swap_where(odd, a.leading, b.leading);
+    swap_where(odd, a.rest, b.rest);
+    return with_sign_of(quotient(a, b), odd);
+}
+
+inline V single_tangent(const ReducedSteps &x) {
+    const V u = x.f * x.f;
+    const V t = x.f * (((u * 3.7080729887742367e-11 + 3.80004023673057e-08) * u + 3.9426519623343246e-05) * u +
+                       0.04908738521234052);
+    V step, step_rest;
+    look_up_modulo(angle_tangents, x.n, step, step_rest);
+    V a = step + t, b = 1.0 - step * t;
+    const auto odd = in_odd_quadrant(x.n);
+    swap_where(odd, a, b);
+    return with_sign_of(a / b, odd);
+}
+
+} // namespace angle_lanes
+
+struct TanLanes {
+    static constexpr int pass = 16;
+    static constexpr double padding = 0.5;
+
+    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
+
+    template <class W> [[gnu::always_inline]] static W value(W x) {
+        const W inside = angle_lanes::set_aside(x);
+        W result;
+        if constexpr (sizeof(ElementOf<W>) == 8)
+            result = angle_lanes::tangent(angle_lanes::reduce(inside));
+        else
+            result = through_double(inside, [](Lanes<double> v) {
+                return angle_lanes::single_tangent(angle_lanes::reduce_single(v));
+            });
+        return angle_lanes::tiny_given_back(result, x, inside);
+    }
+
+    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
+        Status status = status_ok;
+        if (!angle_is_infinite_or_nan(x, result, status))
+            result = static_cast<T>(
+                angle_lanes::tangent(angle_lanes::reduce_special(static_cast<double>(x)))[0]);
+        return status;
+    }
+};
+
+} // namespace qor::fyn
