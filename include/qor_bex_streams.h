@@ -259,11 +259,11 @@ uint32_t __bexiPowMod(uint32_t base, uint64_t e, uint32_t modulus);
  * modulo any modulus but 0; e = 0 leaves the vector as it is. Array: e has n words, the least significant first.
  * M1 and M2 do so for the matrices of the two components of MRG32K3A: they advance a component's three words,
  * the oldest first, by e steps. */
-void __bexVect3PowMod(const uint32_t *matrix, uint64_t e, uint32_t modulus, uint32_t *vector);
-void __bexVect3PowArrayMod(const uint32_t *matrix, int32_t n, const uint64_t *e, uint32_t modulus,
+void __bexiVect3PowMod(const uint32_t *matrix, uint64_t e, uint32_t modulus, uint32_t *vector);
+void __bexiVect3PowArrayMod(const uint32_t *matrix, int32_t n, const uint64_t *e, uint32_t modulus,
                            uint32_t *vector);
-void __bexVect3PowArrayMod_M1(int32_t n, const uint64_t *e, uint32_t *vector);
-void __bexVect3PowArrayMod_M2(int32_t n, const uint64_t *e, uint32_t *vector);
+void __bexiVect3PowArrayMod_M1(int32_t n, const uint64_t *e, uint32_t *vector);
+void __bexiVect3PowArrayMod_M2(int32_t n, const uint64_t *e, uint32_t *vector);
 
 #ifdef __cplusplus
 }

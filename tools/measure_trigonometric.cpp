@@ -1,12 +1,13 @@
-// Measures the errors of the sine and cosine lanes, in units of the last place of the result.
+// Measures the errors of the sine, cosine and tangent lanes, in units of the last place of the result.
 //   g++ -std=c++20 -O2 -ffp-contract=off -pthread -I. tools/measure_trigonometric.cpp -lmpfr -lgmp -o measure
 //   && ./measure
 //   ./measure 4          a quarter of the double-precision arguments
+//   ./measure 4 double   those only
 //
 // The quick values are the double-double functions of trigonometric.h: another reduction, other parts of pi
 // and another table of its bits.
 #include "tools/measuring.h"
-#include "vector_math/kernels/trigonometric_lanes.h"
+#include "vector_math/kernels/tangent_lanes.h"
 
 #include <cstdlib>
 
@@ -14,28 +15,53 @@ using namespace measuring;
 
 namespace {
 
-template <int quarters> struct ShiftedSine {
-    static constexpr const char *name = quarters == 0 ? "sine" : "cosine";
+DoubleDouble shifted_sine(const ReducedAngle<DoubleDouble> &angle, int quarters) {
+    const int quadrant = angle.quadrant + quarters;
+    const DoubleDouble size = quadrant & 1 ? cosine_reduced<100>(angle.rest) : sine_reduced<100>(angle.rest);
+    return quadrant & 2 ? -size : size;
+}
+
+struct SineSubject {
+    using Kernel = SinLanes;
+    using Element = Sin;
+    static constexpr const char *name = "sine";
+    static constexpr auto multi_precision = mpfr_sin;
+    static DoubleDouble of(const ReducedAngle<DoubleDouble> &angle) { return shifted_sine(angle, 0); }
+};
+
+struct CosineSubject {
+    using Kernel = CosLanes;
+    using Element = Cos;
+    static constexpr const char *name = "cosine";
+    static constexpr auto multi_precision = mpfr_cos;
+    static DoubleDouble of(const ReducedAngle<DoubleDouble> &angle) { return shifted_sine(angle, 1); }
+};
+
+struct TangentSubject {
+    using Kernel = TanLanes;
+    using Element = Tan;
+    static constexpr const char *name = "tangent";
+    static constexpr auto multi_precision = mpfr_tan;
+    static DoubleDouble of(const ReducedAngle<DoubleDouble> &angle) {
+        return shifted_sine(angle, 0) / shifted_sine(angle, 1);
+    }
+};
+
+template <class Function> struct Subject : Function {
     static long double error(double x, double r) {
-        const ReducedAngle<DoubleDouble> angle = reduce_angle(x);
-        const int quadrant = angle.quadrant + quarters;
-        const DoubleDouble size =
-            quadrant & 1 ? cosine_reduced<100>(angle.rest) : sine_reduced<100>(angle.rest);
-        const DoubleDouble y = quadrant & 2 ? -size : size;
+        const DoubleDouble y = Function::of(reduce_angle(x));
         return static_cast<long double>(r) - y.hi - y.lo;
     }
     static void exact(mpfr_t y, double x, double) {
         mpfr_set_d(y, x, MPFR_RNDN);
-        quarters == 0 ? mpfr_sin(y, y, MPFR_RNDN) : mpfr_cos(y, y, MPFR_RNDN);
+        Function::multi_precision(y, y, MPFR_RNDN);
     }
 };
 
 // The double lanes, with the element function for special arguments: single precision is judged by a
 // reduction that is not its own.
-template <int quarters> struct Judge : SineLanes<quarters> {
-    static Status eval(double x, double &r) noexcept {
-        return quarters == 0 ? Sin::eval(x, r) : Cos::eval(x, r);
-    }
+template <class Function> struct Judge : Function::Kernel {
+    static Status eval(double x, double &r) noexcept { return Function::Element::eval(x, r); }
 };
 
 constexpr double end_of_lanes = 0x1.92p21;
@@ -48,11 +74,11 @@ double near_odd_steps(double place) {
     return (steps + 0.5 + 0x1p-13 * (place / step - steps - 0.5)) * step;
 }
 
-template <int quarters> void measure_double(long full) {
+template <class Function> void measure(long full, bool doubles_only) {
     const auto doubles = [&](const char *name, long count, auto spread) {
-        sampled<ShiftedSine<quarters>, SineLanes<quarters>>(name, count, spread);
+        sampled<Subject<Function>, typename Function::Kernel>(name, count, spread);
     };
-    std::printf("%s\n", ShiftedSine<quarters>::name);
+    std::printf("%s\n", Function::name);
     doubles("double, |x| < pi", full, [](double u) { return 6.283 * u - 3.1415; });
     doubles("double, |x| < 1e5", full, [](double u) { return 2e5 * u - 1e5; });
     doubles("double, |x| < 3.29e6", full, [](double u) { return end_of_lanes * (2 * u - 1); });
@@ -65,20 +91,17 @@ template <int quarters> void measure_double(long full) {
     doubles("double, special, every binade", full, [](double u) { return std::exp2(21.66 + 1002.33 * u); });
     doubles("double, special, nearest to k pi/2", full / 4,
             [](double u) { return nearest_to_quarters(3.2932e6 + 0x1p32 * u); });
-}
-
-template <int quarters> void measure_single() {
-    std::printf("%s\n", ShiftedSine<quarters>::name);
-    every_single<ShiftedSine<quarters>, SineLanes<quarters>, Judge<quarters>>("single, every argument");
+    if (!doubles_only)
+        every_single<Subject<Function>, typename Function::Kernel, Judge<Function>>("single, every argument");
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
     const long full = 20'000'000 / (argc > 1 ? std::max(1L, std::atol(argv[1])) : 1);
+    const bool doubles_only = argc > 2;
     std::printf("%-36s %11s  %-8s %s\n", "group", "arguments", "ulp", "at");
-    measure_double<0>(full);
-    measure_double<1>(full);
-    measure_single<0>();
-    measure_single<1>();
+    measure<SineSubject>(full, doubles_only);
+    measure<CosineSubject>(full, doubles_only);
+    measure<TangentSubject>(full, doubles_only);
 }

@@ -205,7 +205,7 @@ template <class Reader> std::int32_t get_block(Reader &in, std::uint32_t size, c
 template <class Reader> std::int32_t load_chunk(Reader &in, std::uint8_t version, Stream &stream) {
     std::uint32_t id, size;
     ChunkKey key{};
-    if (!in.read(&id, sizeof id) || version > version_written)
+    if (version > version_written || !in.read(&id, sizeof id)) // whose records are not known
         return status_read_failed;
     if (version != 0 && !in.read(&key, sizeof key)) // version 0 has no keys
         return status_read_failed;

@@ -188,20 +188,20 @@ template <class C> void skip_vector(std::int32_t n, const std::uint64_t *e, std:
 
 QOR_BEX_GENERATOR_ENTRIES(MRG32K3A, Mrg32k3a)
 
-void __bexVect3PowMod(const std::uint32_t *matrix, std::uint64_t e, std::uint32_t modulus,
-                      std::uint32_t *vector) {
+void __bexiVect3PowMod(const std::uint32_t *matrix, std::uint64_t e, std::uint32_t modulus,
+                       std::uint32_t *vector) {
     multiply_vector(matrix, 1, &e, modulus, vector);
 }
 
-void __bexVect3PowArrayMod(const std::uint32_t *matrix, std::int32_t n, const std::uint64_t *e,
-                           std::uint32_t modulus, std::uint32_t *vector) {
+void __bexiVect3PowArrayMod(const std::uint32_t *matrix, std::int32_t n, const std::uint64_t *e,
+                            std::uint32_t modulus, std::uint32_t *vector) {
     multiply_vector(matrix, n, e, modulus, vector);
 }
 
-void __bexVect3PowArrayMod_M1(std::int32_t n, const std::uint64_t *e, std::uint32_t *vector) {
+void __bexiVect3PowArrayMod_M1(std::int32_t n, const std::uint64_t *e, std::uint32_t *vector) {
     skip_vector<First>(n, e, vector);
 }
 
-void __bexVect3PowArrayMod_M2(std::int32_t n, const std::uint64_t *e, std::uint32_t *vector) {
+void __bexiVect3PowArrayMod_M2(std::int32_t n, const std::uint64_t *e, std::uint32_t *vector) {
     skip_vector<Second>(n, e, vector);
 }

@@ -45,8 +45,8 @@ struct R250 {
         // Reduced, so that a state from a damaged image stays inside the words.
         std::size_t i = state.i % length, j = state.j % length;
         for (std::size_t done = 0; done < n;) {
-            // Up to where one of the indices turns. A register may be stored where j comes by later, not
-            // where it still reads in the same pass; a valid state never has i just ahead of j.
+            // A run ends where an index turns. With i one to three places ahead of j, words would be read
+            // before the same pass has stored them; no seeding leads there, yet a given state may be so.
             const std::size_t run = std::min({n - done, length - i, length - j});
             const std::size_t in_registers = i > j && i - j < 4 ? 0 : run / 4 * 4;
             std::size_t k = 0;

@@ -130,8 +130,8 @@ TEST(Mrg32k3a, SkipAhead) {
 }
 
 TEST(Vector3Powers, AgainstRepeatedProducts) {
-    const auto power = test::entry<decltype(&__bexVect3PowMod)>("__bexVect3PowMod");
-    const auto array_power = test::entry<decltype(&__bexVect3PowArrayMod)>("__bexVect3PowArrayMod");
+    const auto power = test::entry<decltype(&__bexiVect3PowMod)>("__bexiVect3PowMod");
+    const auto array_power = test::entry<decltype(&__bexiVect3PowArrayMod)>("__bexiVect3PowArrayMod");
     std::mt19937_64 random(3);
     for (std::uint32_t m : {1u, 2u, 65537u, 2147483659u, 4294967087u, 4294967295u})
         for (std::uint32_t e = 0; e < 40; ++e) {
@@ -161,12 +161,12 @@ TEST(Vector3Powers, AgainstRepeatedProducts) {
 }
 
 TEST(Vector3Powers, ComponentsAdvanceAsTheGenerator) {
-    using Component = decltype(&__bexVect3PowArrayMod_M1);
+    using Component = decltype(&__bexiVect3PowArrayMod_M1);
     const u64 count[] = {0x123456789ABCDEF, 77};
     Record record = mrg().seeded({6, 5, 4, 3, 2, 1});
     const Record later = skipped(record, {count[0], count[1]});
-    test::entry<Component>("__bexVect3PowArrayMod_M1")(2, count, record.state);
-    test::entry<Component>("__bexVect3PowArrayMod_M2")(2, count, record.state + 3);
+    test::entry<Component>("__bexiVect3PowArrayMod_M1")(2, count, record.state);
+    test::entry<Component>("__bexiVect3PowArrayMod_M2")(2, count, record.state + 3);
     EXPECT_EQ(record, later);
 }
 
