@@ -9,8 +9,8 @@ else()
 endif()
 
 add_library(qor_warnings INTERFACE)
-target_compile_options(qor_warnings INTERFACE -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
-                       -Wnon-virtual-dtor -Wcast-qual -Werror)
+target_compile_options(qor_warnings INTERFACE -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wcast-qual
+                       $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Wnon-virtual-dtor> -Werror)
 
 # Results depend on the text alone: no contraction, no reassociation, the baseline processor.
 function(qor_library_options target)

@@ -24,7 +24,11 @@ std::size_t file_write(File *file, const void *data, std::size_t bytes) {
     return std::fwrite(data, 1, bytes, reinterpret_cast<std::FILE *>(file));
 }
 
-bool file_close(File *file) { return std::fclose(reinterpret_cast<std::FILE *>(file)) == 0; }
+bool file_close(File *file) {
+    auto *const stream = reinterpret_cast<std::FILE *>(file);
+    const bool flushed = std::fflush(stream) == 0; // closing alone may forget a failure
+    return std::fclose(stream) == 0 && flushed;
+}
 
 ProcessorFeatures processor_features() {
     unsigned a, b, c = 0, d;

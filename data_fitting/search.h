@@ -7,6 +7,7 @@
 #include "qor_df.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -33,6 +34,22 @@ template <class T, class Cell> struct Sites {
 
 template <class Method, class T, class Cell> std::int32_t search(const Sites<T, Cell> &a) {
     return a.nsite < 1 ? QOR_DF_OK : Method::search(a);
+}
+
+// Places all sites by place(site, cell, n), which places at least `size` of n sites and returns how many. The
+// last group is filled up with one of its own sites.
+template <int size, class T, class Cell, class Place>
+void place_in_groups(const Sites<T, Cell> &a, const Place &place) {
+    std::int64_t i = 0;
+    while (a.nsite - i >= size)
+        i += place(a.site + i, a.cell + i, a.nsite - i);
+    if (i < a.nsite) {
+        T padded[std::size_t{size}];
+        Cell found[std::size_t{size}];
+        std::fill(std::copy(a.site + i, a.site + a.nsite, padded), padded + size, a.site[i]);
+        place(padded, found, std::int64_t{size});
+        std::copy_n(found, a.nsite - i, a.cell + i);
+    }
 }
 
 // A quotient truncated into 0 .. limit; NaN gives 0.

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "data_fitting/search.h"
+#include "vector_math/frame/lanes.h"
 
 namespace qor::df {
 
@@ -46,19 +47,49 @@ void search_group(const T *x, T last, const Range &range, const T *site, Cell *c
         cell[k] = static_cast<Cell>(at[k] - x + (site[k] > last));
 }
 
+// Do all sites of a group seem to lie in one cell? Some tell enough about the sites after them.
+template <class Cell> bool seems_shared(const Cell *cell) {
+    constexpr int last = side_by_side - 1;
+    return ((cell[0] ^ cell[last / 3]) | (cell[0] ^ cell[last * 2 / 3]) | (cell[0] ^ cell[last])) == 0;
+}
+
+// Gives the sites the cell from `left` to `right` while whole groups lie in it; returns their number.
+template <class T, class Cell>
+[[gnu::noinline]] std::int64_t place_in_cell(T left, T right, const T *site, std::int64_t n, Cell *cell,
+                                             Cell shared) {
+    using V = fyn::Lanes<T>;
+    constexpr int lanes = fyn::lane_count<V>;
+    constexpr unsigned all = (1u << lanes) - 1;
+    V lowest, above;
+    for (int k = 0; k < lanes; ++k) {
+        lowest[k] = left;
+        above[k] = right;
+    }
+    std::int64_t i = 0;
+    for (; n - i >= side_by_side; i += side_by_side) {
+        auto inside = ~fyn::IntegersOf<V>{};
+        for (int k = 0; k < side_by_side; k += lanes) {
+            const V s = fyn::load<V>(site + i + k);
+            inside &= (lowest <= s) & (s < above);
+        }
+        if (fyn::mask_of(inside) != all)
+            break;
+        std::fill_n(cell + i, side_by_side, shared);
+    }
+    return i;
+}
+
 template <class T, class Cell, class Range>
 void search_side_by_side(const Sites<T, Cell> &a, const Range &range) {
     const T last = a.last();
-    std::int64_t i = 0;
-    for (; a.nsite - i >= side_by_side; i += side_by_side)
-        search_group(a.x, last, range, a.site + i, a.cell + i);
-    if (i < a.nsite) {
-        T padded[side_by_side];
-        Cell found[side_by_side];
-        std::fill(std::copy(a.site + i, a.site + a.nsite, padded), padded + side_by_side, a.site[i]);
-        search_group(a.x, last, range, padded, found);
-        std::copy_n(found, a.nsite - i, a.cell + i);
-    }
+    place_in_groups<side_by_side>(a, [&](const T *site, Cell *cell, std::int64_t n) {
+        search_group(a.x, last, range, site, cell);
+        const Cell shared = cell[0];
+        if (!seems_shared(cell) || shared < 1 || shared >= a.nx)
+            return std::int64_t{side_by_side};
+        return side_by_side + place_in_cell(a.x[shared - 1], a.x[shared], site + side_by_side,
+                                            n - side_by_side, cell + side_by_side, shared);
+    });
 }
 
 struct AnyPartition {

@@ -5,38 +5,72 @@
 
 #include "data_fitting/search.h"
 
+#include <limits>
+
 namespace qor::df {
 
-struct QuasiUniform {
-    template <class T, class Cell> static std::int32_t search(const Sites<T, Cell> &a) {
-        constexpr std::int64_t block = 16;
-        const T reciprocal = T(1) / a.step;
-        for (std::int64_t from = 0; from < a.nsite; from += block) {
-            const std::int64_t to = std::min(from + block, a.nsite);
-            // One cell to either side without a branch; only a block in which that happened looks again.
-            std::int64_t moved = 0;
-            for (std::int64_t i = from; i < to; ++i) {
-                const T s = a.site[i];
-                const std::int64_t j = truncated((s - a.x[0]) * reciprocal, a.nx - 2) + 1;
-                const std::int64_t move = std::int64_t{s >= a.x[j]} - std::int64_t{s < a.x[j - 1]};
-                a.cell[i] = static_cast<Cell>(j + move);
-                moved |= move;
-            }
-            if (moved != 0)
-                for (std::int64_t i = from; i < to; ++i)
-                    a.cell[i] = static_cast<Cell>(settled(a, a.site[i], a.cell[i]));
+template <class T> class QuasiUniformPartition {
+  public:
+    static constexpr int group = 32;
+
+    QuasiUniformPartition(const T *x, std::int64_t nx, T step)
+        : x_(x), nx_(nx), reciprocal_(T(1) / step), latest_(not_above(nx - 2)) {}
+
+    // All guesses first: their breakpoints come from memory while the next ones are computed.
+    template <class Cell> void place(const T *site, Cell *cell) const {
+        std::int32_t guess[group]; // 32-bit integers are converted several at once
+        for (int k = 0; k < group; ++k) {
+            const T quotient = (site[k] - x_[0]) * reciprocal_;
+            const T positive = quotient > T(0) ? quotient : T(0);
+            guess[k] = static_cast<std::int32_t>(positive < latest_ ? positive : latest_);
         }
-        return QOR_DF_OK;
+        for (int k = 0; k < group; ++k)
+            __builtin_prefetch(x_ + guess[k]);
+        // One cell to either side without a branch; only a group in which that happened looks again.
+        std::int64_t moved = 0;
+#pragma GCC unroll 16
+        for (int k = 0; k < group; ++k) {
+            const T *const left = x_ + guess[k];
+            const std::int64_t move = std::int64_t{site[k] >= left[1]} - std::int64_t{site[k] < left[0]};
+            cell[k] = static_cast<Cell>(guess[k] + 1 + move);
+            moved |= move;
+        }
+        if (moved != 0)
+            for (int k = 0; k < group; ++k)
+                cell[k] = static_cast<Cell>(settled(site[k], cell[k]));
     }
 
   private:
-    template <class T, class Cell>
-    static std::int64_t settled(const Sites<T, Cell> &a, T s, std::int64_t guess) {
-        if (s == a.last())
-            return a.nx - 1;
-        if (guess < a.nx && s >= a.x[guess])
-            return walk_right(a.x, guess, a.nx, s);
-        return walk_left(a.x, guess, s);
+    // A number near i, not above it and a 32-bit integer: sites beyond are walked to.
+    static T not_above(std::int64_t i) {
+        i = std::min<std::int64_t>(i, std::numeric_limits<std::int32_t>::max());
+        const T rounded = static_cast<T>(i);
+        return static_cast<std::int64_t>(rounded) <= i ? rounded
+                                                       : rounded * (1 - std::numeric_limits<T>::epsilon());
+    }
+
+    std::int64_t settled(T s, std::int64_t guess) const {
+        if (s == x_[nx_ - 1])
+            return nx_ - 1;
+        if (guess < nx_ && s >= x_[guess])
+            return walk_right(x_, guess, nx_, s);
+        return walk_left(x_, guess, s);
+    }
+
+    const T *x_;
+    std::int64_t nx_;
+    T reciprocal_;
+    T latest_; // guess
+};
+
+struct QuasiUniform {
+    template <class T, class Cell> static std::int32_t search(const Sites<T, Cell> &a) {
+        const QuasiUniformPartition<T> partition(a.x, a.nx, a.step);
+        place_in_groups<partition.group>(a, [&partition](const T *site, Cell *cell, std::int64_t) {
+            partition.place(site, cell);
+            return std::int64_t{partition.group};
+        });
+        return QOR_DF_OK;
     }
 };
 

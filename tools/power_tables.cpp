@@ -28,13 +28,14 @@ double reciprocal(int i) {
 } // namespace
 
 int main() {
-    std::printf("// Made by tools/power_tables.cpp: 1/c and logarithms of c for %d intervals of the mantissa.\n"
-                "#pragma once\n\n"
-                "namespace qor::fyn {\n\n"
-                "struct PowerPair {\n"
-                "    double reciprocal, logarithm;\n"
-                "};\n",
-                entries);
+    std::printf(
+        "// Made by tools/power_tables.cpp: 1/c and logarithms of c for %d intervals of the mantissa.\n"
+        "#pragma once\n\n"
+        "namespace qor::fyn {\n\n"
+        "struct PowerPair {\n"
+        "    double reciprocal, logarithm;\n"
+        "};\n",
+        entries);
     mpfr_t value;
     mpfr_init2(value, 300);
     const auto set_minus_log = [&](int i, auto log) {
@@ -51,14 +52,16 @@ int main() {
         mpfr_clear(part);
         return head + 0.0; // no -0
     };
-    std::printf("\n// ln c as a multiple of 2^-%d.\nalignas(64) inline constexpr PowerPair power_pairs[%d] = {\n",
-                grid_places, entries);
+    std::printf(
+        "\n// ln c as a multiple of 2^-%d.\nalignas(64) inline constexpr PowerPair power_pairs[%d] = {\n",
+        grid_places, entries);
     for (int i = 0; i < entries; ++i) {
         set_minus_log(i, mpfr_log);
         std::printf("    {%a, %a},\n", reciprocal(i), grid_part());
     }
-    std::printf("};\n\n// What that leaves of ln c.\nalignas(64) inline constexpr double power_rests[%d] = {\n",
-                entries);
+    std::printf(
+        "};\n\n// What that leaves of ln c.\nalignas(64) inline constexpr double power_rests[%d] = {\n",
+        entries);
     for (int i = 0; i < entries; ++i) {
         set_minus_log(i, mpfr_log);
         mpfr_sub_d(value, value, grid_part(), MPFR_RNDN);

@@ -52,7 +52,7 @@ std::int32_t add_chunk(Stream &stream, std::uint32_t id, const ChunkKey &key, vo
     if (chunk == nullptr)
         return status_no_memory;
     *chunk = {id, size, data, stream.chunks, key};
-    const Sharing sharing = share(key, chunk->data);
+    const Sharing sharing = share(key, chunk->data, chunk->size);
     if (sharing == Sharing::refused)
         chunk->key = {};
     adopted = sharing != Sharing::found;

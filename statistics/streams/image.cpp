@@ -21,10 +21,8 @@ constexpr std::size_t leading_bytes = 8; // what all versions have: version and 
 constexpr std::size_t chunk_header_bytes = 24;
 constexpr std::int32_t most_chunks = 0xFFFF;
 
-// A row may claim less than the header.
 std::uint32_t state_bytes(const BrngProperties &row) {
-    constexpr std::int32_t header = sizeof(Stream);
-    return static_cast<std::uint32_t>(std::max(row.state_bytes, header) - header);
+    return static_cast<std::uint32_t>(record_bytes(row) - sizeof(Stream));
 }
 
 std::uint32_t data_bytes(const Chunk &chunk) { return chunk.data == nullptr ? 0 : chunk.size; }
@@ -189,12 +187,12 @@ template <class Reader> std::int32_t get_block(Reader &in, std::uint32_t size, c
         auto *const larger = static_cast<char *>(qor_serv_allocate(room, record_alignment));
         if (larger != nullptr && filled != 0)
             std::memcpy(larger, block, filled);
-        qor_serv_deallocate(block);
+        release(block);
         block = larger;
         if (block == nullptr)
             return status_no_memory;
         if (!in.read(block + filled, room - filled)) {
-            qor_serv_deallocate(block);
+            release(block);
             return status_read_failed;
         }
         filled = room;
@@ -218,7 +216,7 @@ template <class Reader> std::int32_t load_chunk(Reader &in, std::uint8_t version
     bool adopted;
     status = add_chunk(stream, id, key, block, size, adopted);
     if (!adopted)
-        qor_serv_deallocate(block);
+        release(block);
     return status;
 }
 
@@ -259,7 +257,7 @@ std::int32_t open_file(const char *name, std::int32_t length, bool write, system
     }
     constexpr std::size_t longest = std::numeric_limits<int>::max();
     file = system::file_open(name, static_cast<int>(std::min(std::strlen(name), longest)), write);
-    qor_serv_deallocate(copy);
+    release(copy);
     return file != nullptr ? status_ok : status_open_failed;
 }
 

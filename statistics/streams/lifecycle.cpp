@@ -8,10 +8,6 @@
 namespace qor::bex {
 namespace {
 
-std::uint64_t record_bytes(const BrngProperties &row) {
-    return std::max<std::uint64_t>(static_cast<std::uint32_t>(row.state_bytes), sizeof(Stream));
-}
-
 // What copying a state moves. On purpose the seed's length in raw outputs, whatever the state's length is.
 std::uint64_t copied_bytes(const BrngProperties &row) {
     return std::uint64_t{static_cast<std::uint32_t>(row.seed_words)} *

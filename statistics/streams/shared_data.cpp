@@ -3,6 +3,7 @@
 #include "core_interface/core.h"
 #include "core_interface/system.h"
 
+#include <algorithm>
 #include <atomic>
 
 namespace qor::bex {
@@ -49,8 +50,8 @@ SharedData *find(const ChunkKey &key) {
     return nullptr;
 }
 
-SharedData *append(const ChunkKey &key, void *data) {
-    table[rows] = {key, 1, data};
+SharedData *append(const ChunkKey &key, void *data, std::uint32_t size) {
+    table[rows] = {key, 1, size, data};
     return &table[rows++];
 }
 
@@ -61,16 +62,18 @@ SharedData *find_locked(const ChunkKey &key) {
 
 } // namespace
 
-Sharing share(const ChunkKey &key, void *&data) {
+Sharing share(const ChunkKey &key, void *&data, std::uint32_t &size) {
     const Locked locked;
     if (SharedData *row = find(key)) {
         ++row->refs;
         data = row->data;
+        if (row->size != 0)
+            size = std::min(size, row->size);
         return Sharing::found;
     }
     if (is_zero(key) || rows >= shared_chunks_limit)
         return Sharing::refused;
-    append(key, data);
+    append(key, data, size);
     return Sharing::added;
 }
 
@@ -111,7 +114,7 @@ std::int32_t __bexCreateGlobRODataTableEntry(void **entry, const std::uint64_t *
     const Locked locked;
     if (rows >= table_size)
         return status_shared_table_full;
-    *entry = append(copied, data);
+    *entry = append(copied, data, 0);
     return status_ok;
 }
 

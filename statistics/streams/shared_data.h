@@ -11,6 +11,7 @@ namespace qor::bex {
 struct SharedData {
     ChunkKey key;
     std::uint32_t refs;
+    std::uint32_t size; // of the block as the chunk that brought it says; 0: not known
     void *data;
 };
 static_assert(sizeof(SharedData) == 32);
@@ -21,9 +22,9 @@ enum class Sharing {
     refused, // the block stays private
 };
 
-// Shares `data` under a key: takes the block that the key has (`data` is then that block), or brings it.
-// A zero key is refused; so is a new one when only the last row is free.
-Sharing share(const ChunkKey &key, void *&data);
+// Shares `data` under a key: takes the block that the key has (`data` is then that block, and `size` no more
+// than the block's), or brings it. A zero key is refused; so is a new one when only the last row is free.
+Sharing share(const ChunkKey &key, void *&data, std::uint32_t &size);
 
 // Whether a key has a block.
 bool is_shared(const ChunkKey &key);

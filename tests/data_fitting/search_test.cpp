@@ -221,6 +221,35 @@ TYPED_TEST(CellSearch, EveryMethodKeepsTheConvention) {
         }
 }
 
+// Sites that stay in one cell for a while, and one of another cell or none between them, at any place.
+TYPED_TEST(CellSearch, LongStaysInOneCellEndWhereTheyEnd) {
+    using T = TypeParam;
+    using E = Entries<T>;
+    std::mt19937_64 random(16);
+    for (const std::size_t size : {2u, 3u, 16u, 1000u})
+        for (const int shape : {even, clustered, repeated, denormal, infinite_ends}) {
+            const GuardedArray<T> x(partition<T>(shape, size, random), Edge::end);
+            std::vector<T> sites;
+            for (int stay = 0; stay < 300; ++stay) {
+                const std::size_t j = random() % (size - 1);
+                sites.insert(sites.end(), random() % 80, std::max(x[j], std::nextafter(x[j + 1], x[j])));
+                sites.insert(sites.end(), random() % 80, x[j]);
+                const T strangers[] = {x[j + 1], std::nextafter(x[j], -Limits<T>::infinity()), x[size - 1],
+                                       Limits<T>::quiet_NaN(), Limits<T>::infinity()};
+                sites.push_back(strangers[stay % 5]);
+            }
+            const GuardedArray<T> site(sites, Edge::end);
+            const auto check = [&](const auto &cell, int64_t) { expect_cells(x, site, cell); };
+            search(E::hybrid, x, count(x), site, T(0), 0, check);
+            search(E::peak, x, count(x), site, T(0), 0, check);
+            const GuardedArray<int64_t> cell(site.size(), Edge::end, -7);
+            ASSERT_EQ(Task<T>(count(x), x.data(), 0, 1).search(site, 0, nullptr, cell.data()), 0);
+            expect_cells(x, site, cell);
+            if (this->HasFatalFailure())
+                return;
+        }
+}
+
 // Searches long enough for the bin table, whose breakpoints may have changed under it.
 TYPED_TEST(CellSearch, BinTableNeverMisleads) {
     using T = TypeParam;

@@ -1,6 +1,6 @@
-// Sine and cosine lanes: their tables recomputed, errors against double-double values, arguments at the
-// edges, flags, and the pair against the single functions.
-#include "vector_math/kernels/trigonometric_lanes.h"
+// Sine, cosine and tangent lanes: their tables recomputed, errors against double-double values, arguments at
+// the edges, flags, and the pair against the single functions.
+#include "vector_math/kernels/tangent_lanes.h"
 
 #include "qor_fyn.h"
 
@@ -19,11 +19,11 @@ constexpr double inf = std::numeric_limits<double>::infinity();
 
 template <class T> struct Entry;
 template <> struct Entry<double> {
-    static constexpr auto sin = _fyndSin, cos = _fyndCos;
+    static constexpr auto sin = _fyndSin, cos = _fyndCos, tan = _fyndTan;
     static constexpr auto sin_cos = _fyndSinCos;
 };
 template <> struct Entry<float> {
-    static constexpr auto sin = _fynsSin, cos = _fynsCos;
+    static constexpr auto sin = _fynsSin, cos = _fynsCos, tan = _fynsTan;
     static constexpr auto sin_cos = _fynsSinCos;
 };
 
@@ -57,6 +57,12 @@ TEST(TrigonometricLanes, Tables) {
         const double lack = (std::copysign(1.0, angle_sines[j + 32]) - cosine).hi;
         EXPECT_NEAR(angle_lacks[j], lack, std::ldexp(std::fabs(lack), -52)) << j;
     }
+    for (int j = 0; j < 32; ++j) {
+        const int step = j < 16 ? j : j - 32;
+        const DoubleDouble tangent = sine_of_step(step + 128) / sine_of_step(step + 160);
+        EXPECT_EQ(angle_tangents[j].leading, tangent.hi) << j;
+        EXPECT_NEAR(angle_tangents[j].rest, tangent.lo, 0x1p-98) << j;
+    }
     // Few enough bits that products with the number of steps are exact, and together pi/64.
     const double parts[] = {angle_step_1, angle_step_2, angle_step_3};
     for (int i = 0; i < 3; ++i) {
@@ -86,13 +92,18 @@ TEST(TrigonometricLanes, ErrorsOfDouble) {
     }
     // The double nearest, for its size, to a multiple of pi/2 (W. Kahan, nearpi.c, 1983).
     a.push_back(std::ldexp(6381956970095103.0, 797));
-    const std::vector<double> sines = run<double>(_fyndSin, a), cosines = run<double>(_fyndCos, a);
+    for (int step = -96; step <= 96; ++step) // where the next table entry takes over
+        for (double off : {-0x1p-30, 0x1p-30})
+            a.push_back((step + 0.5 + off) * (pi.hi / 64));
+    const std::vector<double> sines = run<double>(_fyndSin, a), cosines = run<double>(_fyndCos, a),
+                              tangents = run<double>(_fyndTan, a);
     for (std::size_t i = 0; i < a.size(); ++i) {
         const ReducedAngle<DoubleDouble> angle = reduce_angle(a[i]);
-        ASSERT_LT(error_in_ulp(sines[i], true_sine(angle.rest, angle.quadrant)), 0.55)
-            << std::hexfloat << a[i];
-        ASSERT_LT(error_in_ulp(cosines[i], true_sine(angle.rest, angle.quadrant + 1)), 0.55)
-            << std::hexfloat << a[i];
+        const DoubleDouble sine = true_sine(angle.rest, angle.quadrant);
+        const DoubleDouble cosine = true_sine(angle.rest, angle.quadrant + 1);
+        ASSERT_LT(error_in_ulp(sines[i], sine), 0.55) << std::hexfloat << a[i];
+        ASSERT_LT(error_in_ulp(cosines[i], cosine), 0.55) << std::hexfloat << a[i];
+        ASSERT_LT(error_in_ulp(tangents[i], sine / cosine), 0.55) << std::hexfloat << a[i];
     }
 }
 
@@ -100,13 +111,16 @@ TEST(TrigonometricLanes, RoundingOfSingle) {
     std::vector<float> a;
     for (std::uint32_t word = 1; word < 0x7F800000; word += 9973)
         a.push_back(std::bit_cast<float>(word | (word & 4) << 29));
-    const std::vector<float> sines = run<float>(_fynsSin, a), cosines = run<float>(_fynsCos, a);
+    const std::vector<float> sines = run<float>(_fynsSin, a), cosines = run<float>(_fynsCos, a),
+                             tangents = run<float>(_fynsTan, a);
     for (std::size_t i = 0; i < a.size(); ++i) {
-        double sine, cosine;
+        double sine, cosine, tangent;
         Sin::eval(static_cast<double>(a[i]), sine);
         Cos::eval(static_cast<double>(a[i]), cosine);
+        Tan::eval(static_cast<double>(a[i]), tangent);
         ASSERT_EQ(sines[i], static_cast<float>(sine)) << std::hexfloat << a[i];
         ASSERT_EQ(cosines[i], static_cast<float>(cosine)) << std::hexfloat << a[i];
+        ASSERT_EQ(tangents[i], static_cast<float>(tangent)) << std::hexfloat << a[i];
     }
 }
 
@@ -129,7 +143,7 @@ template <class T> void check_edges() {
     constexpr T nan = Limits::quiet_NaN(), infinity = Limits::infinity();
     constexpr T smallest = std::bit_cast<T>(IntegerOf<T>{1});
     struct Case {
-        T x, sine, cosine;
+        T x, sine, cosine; // the tangent is the sine here
         int status;
     };
     static constexpr Case cases[] = {
@@ -151,10 +165,12 @@ template <class T> void check_edges() {
             _fynClearErrStatus();
             clear_flags_of_sse();
             Entry<T>::sin_cos(16, a.data(), r1.data(), r2.data());
-            const std::vector<T> sines = run<T>(Entry<T>::sin, a), cosines = run<T>(Entry<T>::cos, a);
-            EXPECT_EQ(flags_of_sse() & ~0x20u, c.status == 1 ? 1u : 0u) << c.x; // invalid for a domain error
+            const std::vector<T> sines = run<T>(Entry<T>::sin, a), cosines = run<T>(Entry<T>::cos, a),
+                                 tangents = run<T>(Entry<T>::tan, a);
+            // invalid for a domain error; inexact; the processor also notes denormal operands
+            EXPECT_EQ(flags_of_sse() & ~0x22u, c.status == 1 ? 1u : 0u) << c.x;
             EXPECT_EQ(_fynClearErrStatus(), c.status) << c.x;
-            for (const T sine : {r1[place], sines[place]})
+            for (const T sine : {r1[place], sines[place], tangents[place]})
                 EXPECT_TRUE(c.sine != c.sine ? sine != sine : bits(sine) == bits(c.sine))
                     << c.x << " " << sine;
             for (const T cosine : {r2[place], cosines[place]})
@@ -176,7 +192,7 @@ TEST(TrigonometricLanes, Edges) {
 template <class T> void check_pair() {
     std::mt19937_64 random(5);
     std::vector<T> a;
-    for (const T limit : {T(0x1.92p21), T(0x1p-27), T(0x1p-12)})
+    for (const T limit : {angle_lanes::lanes_end<T>, angle_lanes::lanes_from<T>, T(0x1p-12)})
         for (T x = limit * (1 - 8 * std::numeric_limits<T>::epsilon());
              x < limit * (1 + 8 * std::numeric_limits<T>::epsilon()); x = std::nextafter(x, T(inf)))
             a.push_back(x), a.push_back(-x);
@@ -189,7 +205,8 @@ template <class T> void check_pair() {
     clear_flags_of_sse();
     Entry<T>::sin_cos(static_cast<std::int32_t>(a.size()), a.data(), r1.data(), r2.data());
     const std::vector<T> sines = run<T>(Entry<T>::sin, a), cosines = run<T>(Entry<T>::cos, a);
-    EXPECT_EQ(flags_of_sse() & ~0x22u, 0u); // inexact; the processor also notes denormal operands
+    run<T>(Entry<T>::tan, a);
+    EXPECT_EQ(flags_of_sse() & ~0x22u, 0u);
     for (std::size_t i = 0; i < a.size(); ++i) {
         ASSERT_EQ(bits(r1[i]), bits(sines[i])) << std::hexfloat << a[i];
         ASSERT_EQ(bits(r2[i]), bits(cosines[i])) << std::hexfloat << a[i];

@@ -99,13 +99,6 @@ template <class T> struct Lines {
 
 // One or two arguments of a function. repeated: the second is the same element in every lane.
 template <Shape shape, bool repeated> struct Arguments {
-    template <class V, class T> [[gnu::always_inline]] static V second(const Lines<T> &lines, int k) {
-        if constexpr (repeated)
-            return broadcast<V>(*lines.y);
-        else
-            return load<V>(lines.y + k);
-    }
-
     // Whether any of `count` elements is special; whole registers are read.
     template <class F, class T>
     [[gnu::always_inline]] static bool any_special(const Lines<T> &lines, int count) {
@@ -123,7 +116,8 @@ template <Shape shape, bool repeated> struct Arguments {
         } else if constexpr (requires(V x) { F::special(x, x); }) {
             IntegersOf<V> special{};
             for (int k = 0; k < count; k += lane_count<V>)
-                special |= F::special(load<V>(lines.x + k), second<V>(lines, k));
+                special |= F::special(load<V>(lines.x + k),
+                                      repeated ? broadcast<V>(*lines.y) : load<V>(lines.y + k));
             return mask_of(special) != 0;
         }
         return false;
@@ -155,11 +149,9 @@ template <Shape shape, bool repeated> struct Arguments {
 template <class F, class T>
 concept HasSpecialLanes = requires(T x) {
     F::special_bits(x);
-} || requires(Lanes<T> x) {
-    F::special(x);
-} || requires(Lanes<T> x) {
-    F::special(x, x);
-};
+}
+|| requires(Lanes<T> x) { F::special(x); }
+|| requires(Lanes<T> x) { F::special(x, x); };
 
 // The special ones of a pass that begins with element i.
 template <class F, Name name, class Arguments, Shape shape, class T, bool strided>
@@ -193,6 +185,7 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
         for (int k = 0; k < count; ++k)
             y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
     }
+    const V scalar = repeated ? broadcast<V>(*lines.y) : V{}; // once: stores might change what it points to
     for (int k = 0; k < count; k += lane_count<V>) {
         const V a = load<V>(lines.x + k);
         if constexpr (shape == Shape::one_two) {
@@ -201,7 +194,7 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
             store(lines.u + k, u);
             store(lines.v + k, v);
         } else if constexpr (shape == Shape::two_one) {
-            store(lines.u + k, function.value(a, Arguments::template second<V>(lines, k)));
+            store(lines.u + k, function.value(a, repeated ? scalar : load<V>(lines.y + k)));
         } else {
             store(lines.u + k, function.value(a));
         }
@@ -252,8 +245,8 @@ void run_over(std::int32_t n, const F &function, Vectors<T, strided> vectors) {
         const Vectors<T, strided> *const address = &vectors;
         run_guarded<F, T>(&lane_loop<F, name, shape, repeated, T, strided>, n, &function, address);
     } else {
-        run_guarded<F, T>(&element_loop<F, name, shape, T, T, T, T, strided>, n, &function, vectors.a, vectors.b,
-                          vectors.r1, vectors.r2);
+        run_guarded<F, T>(&element_loop<F, name, shape, T, T, T, T, strided>, n, &function, vectors.a,
+                          vectors.b, vectors.r1, vectors.r2);
     }
 }
 

@@ -1,5 +1,5 @@
-// The single-precision exponentials e^x, 2^x and 10^x, and the exponential in double lanes that they share with
-// the shorter kernels of the power function.
+// The single-precision exponentials e^x, 2^x and 10^x, and the exponential in double lanes that they share
+// with the shorter kernels of the power function.
 //
 // 2^(t/64) = 2^M * 2^(j/64) * 2^(u/64), 64 M + j the nearest integer to t and u the rest: exact, |u| <= 1/2.
 // The functions are t = x log2(b) * 64 in double lanes: |t| < 2^13, so its rounding is below 2^-46 of the
@@ -8,7 +8,8 @@
 // Minimax polynomials (1 + u e(u), their largest errors relative to the result): degree 1 2^-16, degree 2
 // 2^-27.2, degree 3 2^-37.2, degree 4 2^-48.6.
 //
-// Errors measured over all arguments by tools/measure_power.cpp: MEASURED
+// Measured over all arguments by tools/measure_power.cpp (docs/accuracy.md): e^x 0.500000042 ulp at
+// 0x1.060e1ep+6, four results not the nearest float.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -73,7 +74,9 @@ template <class Element, std::int32_t limit, double steps> struct ExponentialSin
                               [](Lanes<double> v) { return two_to_64ths<4>(v * steps); });
     }
 
-    [[gnu::noinline, gnu::cold]] static Status eval(float x, float &r) noexcept { return Element::eval(x, r); }
+    [[gnu::noinline, gnu::cold]] static Status eval(float x, float &r) noexcept {
+        return Element::eval(x, r);
+    }
 };
 
 using ExpSingle = ExponentialSingle<Exp, top_word(87.3365f), 0x1.71547652b82fep+6>; // 64 / ln 2

@@ -10,15 +10,17 @@
 // leading part of ln 2 are multiples of 2^-43, so that k ln2 + ln c is exact; what the table's ln c leaves
 // out is below 1/64 of the result's last place. Degree 6, its error below 2^-59 of r. Only the last addition
 // rounds at the result's last place.
-// Single: in double lanes, degree 5, no rest kept.
+// Single: exponent and mantissa of four elements at once, the sums in double lanes, degree 4, no rest kept;
+// approximation error below 2^-39 of r.
 //
 // Largest errors measured by tools/measure_logarithm.cpp, in ulp (docs/accuracy.md): double 0.514804 at
-// 0x1.9082c5e8163f3p-1; single, all arguments: 0.500000001 at 0x1.6351d8p+95, three results not the nearest.
+// 0x1.9082c5e8163f3p-1; single, all arguments: 0.500000875 at 0x1.fd67dep-1, four results not the nearest.
 #pragma once
 
 #include "vector_math/frame/element.h"
 #include "vector_math/frame/lanes.h"
 #include "vector_math/kernels/argument_window.h"
+#include "vector_math/kernels/halves.h"
 #include "vector_math/kernels/logarithm.h"
 #include "vector_math/kernels/logarithm_tables.h"
 
@@ -63,14 +65,15 @@ template <class T> struct LnLanes {
         if constexpr (sizeof(T) == 8)
             return value_double(x);
         else
-            return through_double(x, value_single);
+            return value_single(x);
     }
 
     [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept { return Ln::eval(x, r); }
 
   private:
-    static constexpr double ln2_hi = 0x1.62e42fefa38p-1;   // a multiple of 2^-43
-    static constexpr double ln2_lo = 0x1.ef35793c7673p-45; // ln 2 - ln2_hi
+    static constexpr double ln2_hi = 0x1.62e42fefa38p-1;         // a multiple of 2^-43
+    static constexpr double ln2_lo = 0x1.ef35793c7673p-45;       // ln 2 - ln2_hi
+    static constexpr double ln2_of_bits = 0x1.62e42fefa39efp-24; // ln 2 / 2^23
 
     static Lanes<double> value_double(Lanes<double> x) {
         using V = Lanes<double>;
@@ -89,14 +92,31 @@ template <class T> struct LnLanes {
         return leading + (rest + square * q);
     }
 
-    static Lanes<double> value_single(Lanes<double> x) {
+    static Lanes<float> value_single(Lanes<float> x) {
+        constexpr auto first_interval = // where the table starts
+            top_word(1.0f) - static_cast<std::int32_t>(LogarithmReduction::below_one >> 29);
+        const auto moved = wrapping_sum(bits_of(x), Lanes<std::int32_t>{} - first_interval);
+        const auto exponent = moved & ~0x7FFFFF; // 2^23 k
+        const Halves k = widened(exponent);
+        using Words = Lanes<std::uint32_t>;
+        const Halves z =
+            widened(std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent)));
+        const auto n = std::bit_cast<__m128i>(moved >> 15);
+        return narrowed({half_of_single(z.low, k.low, n),
+                         half_of_single(z.high, k.high, _mm_shuffle_epi32(n, upper_half_first))});
+    }
+
+    // Two lanes; n: the indices in the lower two words.
+    static Lanes<double> half_of_single(Lanes<double> z, Lanes<double> k, __m128i n) {
         using V = Lanes<double>;
-        const LogarithmReduction at(x);
-        const V r = at.mantissa * at.reciprocal - 1;
-        const V whole = at.exponent * 0.6931471805599453 + at.logarithm;
+        const auto indices = static_cast<std::uint64_t>(_mm_cvtsi128_si64(n));
+        const auto low = std::bit_cast<V>(logarithm_pairs[indices % 256]);
+        const auto high = std::bit_cast<V>(logarithm_pairs[(indices >> 32) % 256]);
+        const V reciprocal = _mm_unpacklo_pd(low, high), logarithm = _mm_unpackhi_pd(low, high);
+        const V r = z * reciprocal - 1;
+        const V whole = k * ln2_of_bits + logarithm;
         const V square = r * r;
-        return whole + (r + square * ((-0.4999999999995057 + r * 0.33333333333290965) +
-                                      square * (-0.2500008118337515 + r * 0.20000069585758368)));
+        return whole + (r + square * ((-0.5 + r * 0.3333340576069395) + square * -0.2500006035614165));
     }
 };
 

@@ -100,12 +100,13 @@ void unpack_by_mask(std::int64_t n, const T *a, T *y, const void *mask, std::int
         const auto *my = static_cast<const Integer *>(mask);
         T unselected;
         const auto elsewhere = reinterpret_cast<std::uintptr_t>(&unselected);
+        const std::uintptr_t distance = reinterpret_cast<std::uintptr_t>(y) - elsewhere;
         for_each(up_to_last_selected(static_cast<Integer>(n), my), [=, next = a](Integer i) mutable {
             // a choice of addresses in integers, which stays one
             const bool selected = my[i] != 0;
             const std::uintptr_t chosen = 0 - std::uintptr_t{selected};
-            const auto place = elsewhere ^ ((elsewhere ^ reinterpret_cast<std::uintptr_t>(y + i)) & chosen);
-            copy_element(reinterpret_cast<T *>(place), next);
+            const auto offset = (distance + static_cast<std::uintptr_t>(i) * sizeof(T)) & chosen;
+            copy_element(reinterpret_cast<T *>(elsewhere + offset), next);
             next += selected;
         });
     });

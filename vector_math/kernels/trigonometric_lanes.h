@@ -14,27 +14,30 @@
 // Double: c r is r less (1 - c) r, or the same with -1, so that its leading part is exact and the sum s + r
 // keeps what rounding takes away; only the last two additions round near the result's last place. 1 - cos r
 // and r - sin r: approximation errors below 2^-61 of the result.
-// Single: the same in double precision without the small parts and with a shorter sine, approximation error
-// below 2^-47 of r; rounded to float once.
+// Single: in double precision without the small parts, and reduced by one product: the leading 28 bits of
+// 64/pi make it exact, and what the others give is added to the fraction f of a step. The polynomials in f
+// have errors below 2^-46 (2^-44 where |x| is above 10^6); rounded to float once.
 //
-// Tiny arguments, where sin x is x and cos x is 1, go through the lanes as 0 and give the sine their bits: no
-// flags, no lost digits, signed zeros. From 0x1.92p+21 on arguments are special: x / (2 pi) in integers, then
-// the same sums.
+// The lanes work on |x|. Zeros, tiny arguments and those from 0x1.92p+21 on are special; the last are divided
+// by 2 pi in integers, and then the same sums serve.
 //
-// Largest errors measured by tools/measure_trigonometric.cpp, in ulp (docs/accuracy.md): sine 0.546877 at
-// -0x1.e3ce2bd4dfd07p+0, cosine 0.547077 at -0x1.69486bc7eab0cp+1; special path 0.544060 at
-// 0x1.bdc4ef840d6b3p+129. Single: every sine is the nearest float, and every cosine but four.
+// Largest errors measured by tools/measure_trigonometric.cpp, in ulp (docs/accuracy.md): sine 0.547078 at
+// 0x1.a56671663eee2p+20, cosine 0.547077 at -0x1.69486bc7eab0cp+1; special path 0.544060 at
+// 0x1.bdc4ef840d6b3p+129. Single, all arguments: 0.500000143; 40 sines and 62 cosines are not the nearest.
 #pragma once
 
 #include "vector_math/frame/element.h"
 #include "vector_math/frame/lanes.h"
 #include "vector_math/kernels/argument_window.h"
+#include "vector_math/kernels/halves.h"
 #include "vector_math/kernels/trigonometric.h"
 #include "vector_math/kernels/trigonometric_tables.h"
 
 #include <bit>
 #include <cstdint>
 #include <emmintrin.h>
+#include <limits>
+#include <type_traits>
 
 namespace qor::fyn {
 
@@ -45,34 +48,45 @@ using V = Lanes<double>;
 inline constexpr double steps_per_radian = 0x1.45f306dc9c883p+4; // 64 / pi
 inline constexpr double steps_per_radian_hi = 0x1.45f306ep+4;    // 28 bits
 inline constexpr double steps_per_radian_lo = -0x1.b1bbead603d8bp-27;
-inline constexpr double shifter = 0x1.8p+52;                     // rounds to an integer by addition
+inline constexpr double shifter = 0x1.8p+52; // rounds to an integer by addition
 inline constexpr int steps_of_quarter = 32, steps_of_turn = 128;
 
-// Lanes serve magnitudes from the first to the second; below it the sine is its argument.
-template <class T>
-inline constexpr std::int32_t not_tiny_from = top_word(sizeof(T) == 8 ? T(0x1p-27) : T(0x1p-12));
-template <class T> inline constexpr std::int32_t special_from = top_word(T(0x1.92p+21));
+// Lanes serve magnitudes from the first to the second; below it the sine is its argument, and squares or
+// results might underflow.
+template <class T> inline constexpr T lanes_from = sizeof(T) == 8 ? T(0x1p-200) : T(0x1p-126);
+template <class T> inline constexpr T lanes_end = T(0x1.92p+21);
+inline constexpr std::int32_t all_but_sign = std::numeric_limits<std::int32_t>::max();
 
 template <class W> auto special(W x) {
     using T = ElementOf<W>;
-    const auto words = std::bit_cast<Lanes<std::int32_t>>(x) | sign_bit<float>;
-    return std::bit_cast<IntegersOf<W>>(words > ((special_from<T> - 1) | sign_bit<float>));
+    return outside_window(x, top_word(lanes_from<T>), top_word(lanes_end<T>), all_but_sign);
 }
 
-// x, and 0 where it is tiny or special.
-template <class W> W set_aside(W x) {
-    using T = ElementOf<W>;
-    // Magnitudes counted from the smallest integer on: those below the range come out largest.
-    constexpr std::int32_t lowest = sign_bit<float>, range = special_from<T> - not_tiny_from<T>;
-    const auto start =
-        Lanes<std::int32_t>{} + std::bit_cast<std::int32_t>(0x80000000u - unsigned{not_tiny_from<T>});
-    const auto words = wrapping_sum(std::bit_cast<Lanes<std::int32_t>>(x) & ~lowest, start);
-    return from_bits<W>(bits_of(x) & whole_lanes(std::bit_cast<IntegersOf<W>>(words < lowest + range)));
+// |x|; what is special comes to about the nearer limit, so that no step leaves the range.
+template <class W> W size_within_limits(W x) {
+    // Magnitudes compare like integers, and so do their upper 16 bits. All other words pass: the limits have
+    // the largest or the smallest number there.
+    using Integer = IntegerOf<ElementOf<W>>;
+    constexpr auto words = [](ElementOf<W> limit, std::uint64_t others) {
+        const auto lower = static_cast<std::make_unsigned_t<Integer>>(others) >> 16;
+        return std::bit_cast<__m128i>(IntegersOf<W>{} +
+                                      (std::bit_cast<Integer>(limit) | static_cast<Integer>(lower)));
+    };
+    const auto size = std::bit_cast<__m128i>(bits_of(x) & std::numeric_limits<Integer>::max());
+    const auto below_end = _mm_min_epi16(size, words(lanes_end<ElementOf<W>>, 0x7FFF7FFF7FFF7FFF));
+    return std::bit_cast<W>(_mm_max_epi16(below_end, words(lanes_from<ElementOf<W>>, 0x8000800080008000)));
 }
 
-// The result of an odd function: where 0 went through the lanes for a tiny x, x itself.
-template <class W> W tiny_given_back(W result, W x, W inside) {
-    return from_bits<W>(bits_of(result) | (bits_of(x) ^ bits_of(inside)));
+template <class W> W with_sign_of(W size, W x) {
+    return from_bits<W>(bits_of(size) ^ (bits_of(x) & sign_bit<ElementOf<W>>));
+}
+
+// What the functions of a special angle have in common. below: the result where x is tiny.
+template <class T> bool is_no_angle_or_tiny(T x, T below, T &result, Status &status) {
+    if ((top_word(x) & all_but_sign) >= top_word(lanes_from<T>))
+        return angle_is_infinite_or_nan(x, result, status);
+    result = below;
+    return true;
 }
 
 // Element n of a table in every lane.
@@ -136,22 +150,21 @@ template <int quarters> [[gnu::always_inline]] inline V sine_plus_quarters(const
            (((s * cosine_term(square) + (signed_r - lack) * sine_term(square)) * square + small) - lack);
 }
 
-// sin(x + quarters pi/2), or with both the cosine too, to about 46 bits.
-struct SingleSine {
-    V sine, cosine;
-    Entries entries;
-    // of f pi/64
-    explicit SingleSine(V x) : SingleSine(reduce_single(x)) {}
-    explicit SingleSine(const ReducedSteps &x) : entries(x.n) {
-        const V u = x.f * x.f;
-        cosine = (u * 2.419105137755519e-07 - 0.0012047856927529471) * u + 0.9999999999999893;
-        sine = x.f * ((u * 2.3749721791707613e-09 - 1.9713259806406893e-05) * u + 0.04908738521234044);
+// Both functions of a single-precision argument, to about 2^-46.
+struct SingleAngle {
+    V s, c, sine_of_rest, cosine_of_rest;
+    explicit SingleAngle(V x) {
+        const ReducedSteps reduced = reduce_single(x);
+        const V u = reduced.f * reduced.f;
+        cosine_of_rest = (u * 2.419105137755519e-07 - 0.0012047856927529471) * u + 0.9999999999999893;
+        sine_of_rest =
+            reduced.f * ((u * 2.3749721791707613e-09 - 1.9713259806406893e-05) * u + 0.04908738521234044);
+        const Entries entries(reduced.n);
+        s = entries.of(angle_sines);
+        c = entries.of(angle_sines + steps_of_quarter);
     }
-    template <int quarters> V plus_quarters() const {
-        const V s = entries.of(angle_sines + quarters * steps_of_quarter);
-        const V c = entries.of(angle_sines + (quarters + 1) * steps_of_quarter);
-        return s * cosine + c * sine;
-    }
+    V sine() const { return s * cosine_of_rest + c * sine_of_rest; }
+    V cosine() const { return c * cosine_of_rest - s * sine_of_rest; }
 };
 
 // A finite argument from 2^21 on: x / (2 pi) less whole turns, by multiplying with the bits that matter.
@@ -194,23 +207,24 @@ template <int quarters> struct SineLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
 
-    template <class W> static IntegersOf<W> special(W x) requires (sizeof(ElementOf<W>)==4) { return angle_lanes::special(x); }
-    static std::int64_t special_bits(double x) { return std::int64_t(angle_lanes::special_from<double>-1) - std::int64_t(std::bit_cast<std::uint64_t>(x)>>32&0x7FFFFFFF); }
+    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
     template <class W> [[gnu::always_inline]] static W value(W x) {
-        const W inside = angle_lanes::set_aside(x);
+        const W size = angle_lanes::size_within_limits(x);
         W result;
         if constexpr (sizeof(ElementOf<W>) == 8)
-            result = angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(inside));
+            result = angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(size));
         else
-            result = through_double(
-                inside, [](Lanes<double> v) { return angle_lanes::SingleSine(v).plus_quarters<quarters>(); });
-        return quarters == 0 ? angle_lanes::tiny_given_back(result, x, inside) : result;
+            result = through_double(size, [](Lanes<double> v) {
+                const angle_lanes::SingleAngle angle(v);
+                return quarters == 0 ? angle.sine() : angle.cosine();
+            });
+        return quarters == 0 ? angle_lanes::with_sign_of(result, x) : result;
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
         Status status = status_ok;
-        if (!angle_is_infinite_or_nan(x, result, status))
+        if (!angle_lanes::is_no_angle_or_tiny(x, quarters == 0 ? x : T(1), result, status))
             result = static_cast<T>(of_special(angle_lanes::reduce_special(static_cast<double>(x))));
         return status;
     }
@@ -228,32 +242,24 @@ struct SinCosLanes {
     static constexpr int pass = SinLanes::pass;
     static constexpr double padding = SinLanes::padding;
 
-    template <class W> static IntegersOf<W> special(W x) requires (sizeof(ElementOf<W>)==4) { return angle_lanes::special(x); }
-    static std::int64_t special_bits(double x) { return std::int64_t(angle_lanes::special_from<double>-1) - std::int64_t(std::bit_cast<std::uint64_t>(x)>>32&0x7FFFFFFF); }
+    template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
     template <class W> [[gnu::always_inline]] static void value(W x, W &sine, W &cosine) {
         if constexpr (sizeof(ElementOf<W>) == 8) {
             sine = SinLanes::value(x);
             cosine = CosLanes::value(x);
         } else {
-            const W inside = angle_lanes::set_aside(x);
-            Lanes<double> cosines[2];
-            int half = 0;
-            sine = through_double(inside, [&](Lanes<double> v) {
-                const angle_lanes::SingleSine parts(v);
-                cosines[half++] = parts.plus_quarters<1>();
-                return parts.plus_quarters<0>();
-            });
-            sine = angle_lanes::tiny_given_back(sine, x, inside);
-            half = 0;
-            cosine = through_double(inside, [&](Lanes<double>) { return cosines[half++]; });
+            const Halves halves = widened(angle_lanes::size_within_limits(x));
+            const angle_lanes::SingleAngle low(halves.low), high(halves.high);
+            sine = angle_lanes::with_sign_of(narrowed({low.sine(), high.sine()}), x);
+            cosine = narrowed({low.cosine(), high.cosine()});
         }
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &sine, T &cosine) noexcept {
         Status status = status_ok;
-        if (angle_is_infinite_or_nan(x, sine, status)) {
-            cosine = sine;
+        if (angle_lanes::is_no_angle_or_tiny(x, x, sine, status)) {
+            CosLanes::eval(x, cosine);
         } else {
             const angle_lanes::Reduced reduced = angle_lanes::reduce_special(static_cast<double>(x));
             sine = static_cast<T>(SinLanes::of_special(reduced));
