@@ -20,6 +20,9 @@
 #ifdef QOR_BENCH_GSL
 #include <gsl/gsl_randist.h>
 #endif
+#ifdef QOR_BENCH_EIGEN
+#include <Eigen/Core>
+#endif
 
 namespace {
 
@@ -65,6 +68,50 @@ template <class Function> Draw gsl(Function function) {
     const std::shared_ptr<gsl_rng> generator(gsl_rng_alloc(gsl_rng_mt19937), gsl_rng_free);
     return [=](std::int32_t n, void *r) {
         std::generate_n(static_cast<double *>(r), n, [&] { return function(generator.get()); });
+    };
+}
+#endif
+
+// n numbers in vectors of `dimen`: the library's, and the same Gaussian variates with another's product.
+template <std::int32_t dimen> std::vector<double> factor() {
+    std::vector<double> t(dimen * dimen);
+    for (int i = 0; i < dimen; ++i)
+        for (int j = 0; j <= i; ++j)
+            t[static_cast<std::size_t>(dimen * i + j)] = i == j ? 1 : 0.5 / dimen;
+    return t;
+}
+
+template <std::int32_t dimen> Draw multivariate(std::int32_t storage) {
+    const auto stream = std::make_shared<Stream>(BEX_BRNG_MT19937);
+    std::vector<double> t = factor<dimen>();
+    if (storage == BEX_STORAGE_PACKED) {
+        const std::vector<double> full = t;
+        t.clear();
+        for (int j = 0; j < dimen; ++j)
+            for (int i = j; i < dimen; ++i)
+                t.push_back(full[static_cast<std::size_t>(dimen * i + j)]);
+    }
+    const std::vector<double> mean(dimen, 1);
+    return [=](std::int32_t n, void *r) {
+        _bexdRngGaussianMV(BEX_GAUSSIAN_ICDF, *stream, n / dimen, static_cast<double *>(r), dimen, storage,
+                           mean.data(), t.data());
+    };
+}
+
+#ifdef QOR_BENCH_EIGEN
+template <std::int32_t dimen> Draw multivariate_by_eigen() {
+    const auto stream = std::make_shared<Stream>(BEX_BRNG_MT19937);
+    const std::vector<double> t = factor<dimen>();
+    const Eigen::VectorXd mean = Eigen::VectorXd::Ones(dimen);
+    return [=](std::int32_t n, void *r) {
+        const std::int32_t vectors = n / dimen;
+        auto *const numbers = static_cast<double *>(r);
+        _bexdRngGaussian(BEX_GAUSSIAN_ICDF, *stream, vectors * dimen, numbers, 0, 1);
+        using RowMajor = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>;
+        const Eigen::Map<const RowMajor> lower(t.data(), dimen, dimen);
+        Eigen::Map<Eigen::MatrixXd> z(numbers, dimen, vectors);
+        z = lower.triangularView<Eigen::Lower>() * z;
+        z.colwise() += mean;
     };
 }
 #endif
@@ -151,6 +198,15 @@ std::vector<Contestant> contestants() {
     add_ours("laplace", 0, _bexdRngLaplace, _bexsRngLaplace, 0, 1);
     add_boost("laplace", QOR_BOOST(laplace_distribution<double>()));
     add_gsl("laplace", QOR_GSL(gsl_ran_laplace(g, 1)));
+
+    add("gaussian_mv_10", "ours", multivariate<10>(BEX_STORAGE_FULL));
+    add("gaussian_mv_10", "ours_packed", multivariate<10>(BEX_STORAGE_PACKED));
+    add("gaussian_mv_100", "ours", multivariate<100>(BEX_STORAGE_FULL));
+    add("gaussian_mv_100", "ours_packed", multivariate<100>(BEX_STORAGE_PACKED));
+#ifdef QOR_BENCH_EIGEN
+    add("gaussian_mv_10", "eigen", multivariate_by_eigen<10>());
+    add("gaussian_mv_100", "eigen", multivariate_by_eigen<100>());
+#endif
 
     add("geometric", "ours", ours<std::int32_t>(BEX_BRNG_MT19937, _bexiRngGeometric, 0, 0.3));
     add_std("geometric", std::geometric_distribution<int>(0.3));

@@ -11,15 +11,9 @@
 #ifndef QOR_BEX_STREAMS_H
 #define QOR_BEX_STREAMS_H
 
-#include <stdint.h>
+#include "qor_data.h"
 
-#ifndef QOR_FYN_DATA
-#ifdef _WIN32
-#define QOR_FYN_DATA extern __declspec(dllimport)
-#else
-#define QOR_FYN_DATA extern
-#endif
-#endif
+#include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {

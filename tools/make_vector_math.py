@@ -209,9 +209,7 @@ def public_header(functions):
              *SHAPE_NOTES.splitlines(), " *",
              " * qor_fyn_kernel_<t><Func>[I]_ttab holds the kernels of slot 0 (LA), 1 (HA), 2 (EP);",
              " * qor_fyn_kernel_<t><Func>[I]_ctab their relative costs per element, and a zero.", " */",
-             "#ifndef QOR_FYN_FUNCTIONS_H", "#define QOR_FYN_FUNCTIONS_H", "", '#include "qor_fyn.h"', "",
-             "#ifndef QOR_FYN_DATA", "#ifdef _WIN32", "#define QOR_FYN_DATA extern __declspec(dllimport)", "#else",
-             "#define QOR_FYN_DATA extern", "#endif", "#endif", "", "#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
+             "#ifndef QOR_FYN_FUNCTIONS_H", "#define QOR_FYN_FUNCTIONS_H", "", '#include "qor_data.h"', '#include "qor_fyn.h"', "", "#ifdef __cplusplus", 'extern "C" {', "#endif", ""]
     for f in functions:
         for _, names in f.entries():
             lines += [f"void {name}({', '.join(parameters(f))});" for name in names]

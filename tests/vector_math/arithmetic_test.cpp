@@ -337,6 +337,7 @@ TEST(Arithmetic, NoFlagWithoutReason) {
         EXPECT_EQ(flags_of([&] { _fyndFrac(n, x.data(), r); }), 0u);
         EXPECT_EQ(flags_of([&] { _fyndModf(n, x.data(), r, r2); }), 0u);
         EXPECT_EQ(flags_of([&] { _fyndRint(n, nans.data(), r); }), 0u);
+        EXPECT_EQ(flags_of([&] { _fyndNearbyInt(n, x.data(), r); }), 0u);
         // a lane of ones, or of zeros, would divide by zero
         EXPECT_EQ(flags_of([&] { _fyndLinearFrac(n, x.data(), x.data(), 2, -2, 1, -1, r); }), 0u);
         EXPECT_EQ(flags_of([&] { _fyndLinearFrac(n, x.data(), x.data(), 2, 0, 2, 0, r); }), 0u);

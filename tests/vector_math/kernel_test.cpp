@@ -204,10 +204,12 @@ TEST(Kernels, RoundingByTiesAndByDirection) {
     _fyndRound(8, a, r);
     EXPECT_EQ(std::memcmp(r, away, sizeof r), 0);
     for (const auto &row : directions) {
-        std::fesetround(row.direction);
-        _fyndRint(8, a, r);
-        std::fesetround(FE_TONEAREST);
-        EXPECT_EQ(std::memcmp(r, row.results, sizeof r), 0) << row.direction;
+        for (const auto entry : {_fyndRint, _fyndNearbyInt}) {
+            std::fesetround(row.direction);
+            entry(8, a, r);
+            std::fesetround(FE_TONEAREST);
+            EXPECT_EQ(std::memcmp(r, row.results, sizeof r), 0) << row.direction;
+        }
     }
 }
 

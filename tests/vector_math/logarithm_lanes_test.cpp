@@ -73,9 +73,8 @@ TEST(InverseErrorLanes, PieceEnds) {
                 double r, s;
                 _fyndErfInv(1, &x, &r);
                 _fyndErfInv_26(1, &x, &s);
-                const double y = special::erfc_inverse_tail(t).hi;
                 if (t <= 0.5)
-                    worst = std::max(worst, std::fabs(r / -y - 1));
+                    worst = std::max(worst, std::fabs(r / -special::erfc_inverse_tail(t).hi - 1));
                 worst_short = std::max(worst_short, std::fabs(s / r - 1));
             }
     EXPECT_LT(worst, 0x1.8p-52);
@@ -104,7 +103,9 @@ template <class T, std::size_t count> void check_cases(const Case<T> (&cases)[co
             c.call(19, a, r);
             const int flags = std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW | FE_UNDERFLOW);
             EXPECT_EQ(_fynClearErrStatus(), c.status) << c.entry << " " << c.x;
-            if (c.status == 0 && !(std::fabs(c.x) < std::numeric_limits<T>::min() * 2)) {
+            // of the smallest arguments low parts underflow
+            if (c.status == 0 && !(std::fabs(c.x) < std::ldexp(std::numeric_limits<T>::min(),
+                                                               std::numeric_limits<T>::digits + 10))) {
                 EXPECT_EQ(flags, 0) << c.entry << " " << c.x;
             }
             const bool same = r[place] == c.result && std::signbit(r[place]) == std::signbit(c.result);

@@ -51,9 +51,12 @@ class SseEnvironment {
     static constexpr std::uint32_t all_masks = 0x1F80, flags = 0x3F;
 
   public:
-    explicit SseEnvironment(SseGuard kind) : keep_flags(kind != SseGuard::silent), saved(read()) {
+    explicit SseEnvironment(SseGuard kind)
+        : keep_flags(kind != SseGuard::silent && kind != SseGuard::quiet), saved(read()) {
+        changed = !keep_flags;
         switch (kind) {
         case SseGuard::masks_only:
+        case SseGuard::quiet:
             if ((saved & all_masks) != all_masks)
                 change(saved | all_masks);
             break;
@@ -62,7 +65,6 @@ class SseEnvironment {
             break;
         case SseGuard::silent:
             aim_at(0x1F80);
-            changed = true;
             break;
         }
     }

@@ -75,7 +75,10 @@ struct Rint {
         return with_sign(magnitude((x + shifter) - shifter), sign);
     }
 };
-using NearbyInt = Rint;
+// The same without the flag of inexact results.
+struct NearbyInt : Rint {
+    static constexpr SseGuard sse_guard = SseGuard::quiet;
+};
 
 // Integral part and the rest, both with the argument's sign; the rest of an infinity is a zero. Exact, so no
 // flag is raised.
