@@ -10,8 +10,8 @@
 //       static constexpr int pass = 16;                            // elements a pass
 //       static constexpr double padding = 0.5;                     // fills idle lanes, raises nothing
 //       template <class V> static IntegersOf<V> special(V x);      // top bit of a lane set: for eval
-//       template <class V> static V value(V x);                    // all other lanes
-//       static Status eval(double x, double &r) noexcept;          // one special element
+//       template <class V> static V value(V x);                    // all other lanes; special ones come as
+//       padding static Status eval(double x, double &r) noexcept;          // one special element
 //   };
 //   two in, one out: special(V x, V y), V value(V x, V y), eval(double x, double y, double &r)
 //   one in, two out: void value(V x, V &u, V &v), eval(double x, double &u, double &v)
@@ -123,19 +123,32 @@ template <Shape shape, bool repeated> struct Arguments {
         return false;
     }
 
+    template <class F, class T> static bool is_special(T x, T y) {
+        using V = Lanes<T>;
+        if constexpr (requires { F::special_bits(x); })
+            return F::special_bits(x) < 0;
+        else if constexpr (shape == Shape::two_one)
+            return mask_of(F::special(broadcast<V>(x), broadcast<V>(y))) != 0;
+        else
+            return mask_of(F::special(broadcast<V>(x))) != 0;
+    }
+
+    // The arguments of a pass with padding in the place of special elements, in whole registers.
+    template <class F, class T>
+    [[gnu::noinline, gnu::cold]] static void without_special(const Lines<T> &lines, int count, T *x, T *y) {
+        for (int k = 0; k < F::pass; ++k) {
+            const bool idle = k >= count;
+            const T b = idle || shape != Shape::two_one ? T(F::padding) : lines.y[repeated ? 0 : k];
+            const bool special = idle || is_special<F>(lines.x[k], b);
+            x[k] = special ? T(F::padding) : lines.x[k];
+            y[k] = special ? T(F::padding) : b;
+        }
+    }
+
     // One element and what eval makes of it, where it is special; y is not used with one argument.
     template <class F, class T> static bool settle(const F &function, T x, T y, T &u, T &v, Status &status) {
-        const Lines<T> lines{&x, &y, nullptr, nullptr};
-        if constexpr (requires { F::special_bits(x); }) {
-            if (!any_special<F>(lines, 1))
-                return false;
-        } else if constexpr (shape == Shape::two_one) {
-            if (mask_of(F::special(broadcast<Lanes<T>>(x), broadcast<Lanes<T>>(y))) == 0)
-                return false;
-        } else {
-            if (mask_of(F::special(broadcast<Lanes<T>>(x))) == 0)
-                return false;
-        }
+        if (!is_special<F>(x, y))
+            return false;
         if constexpr (shape == Shape::two_one)
             status = function.eval(x, y, u);
         else if constexpr (shape == Shape::one_two)
@@ -179,22 +192,28 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
     using V = Lanes<T>;
     using Arguments = Arguments<shape, repeated>;
     const bool some_special = Arguments::template any_special<F>(lines, count);
-    T x[F::pass], y[F::pass];
-    if (some_special) [[unlikely]] {
-        std::copy_n(lines.x, count, x);
-        for (int k = 0; k < count; ++k)
-            y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
-    }
+    T x[F::pass], y[F::pass], ordinary_x[F::pass], ordinary_y[F::pass];
+    const T *from_x = lines.x, *from_y = lines.y;
+    if constexpr (HasSpecialLanes<F, T>)
+        if (some_special) [[unlikely]] {
+            for (int k = 0; k < count; ++k) {
+                x[k] = lines.x[k];
+                y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
+            }
+            Arguments::template without_special<F>(lines, count, ordinary_x, ordinary_y);
+            from_x = ordinary_x;
+            from_y = repeated ? lines.y : ordinary_y;
+        }
     const V scalar = repeated ? broadcast<V>(*lines.y) : V{}; // once: stores might change what it points to
     for (int k = 0; k < count; k += lane_count<V>) {
-        const V a = load<V>(lines.x + k);
+        const V a = load<V>(from_x + k);
         if constexpr (shape == Shape::one_two) {
             V u, v;
             function.value(a, u, v);
             store(lines.u + k, u);
             store(lines.v + k, v);
         } else if constexpr (shape == Shape::two_one) {
-            store(lines.u + k, function.value(a, repeated ? scalar : load<V>(lines.y + k)));
+            store(lines.u + k, function.value(a, repeated ? scalar : load<V>(from_y + k)));
         } else {
             store(lines.u + k, function.value(a));
         }
