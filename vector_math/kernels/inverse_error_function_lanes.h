@@ -118,8 +118,7 @@ template <class T, Accuracy A> struct ErfInvLanes {
 
     template <class V> static V value(V x) {
         const auto bits = bits_of(x);
-        // special lanes compute with 0
-        const V size = from_bits<V>(bits & ~(special(x) | sign_bit<T>));
+        const V size = from_bits<V>(bits & ~sign_bit<T>);
         return from_bits<V>(bits_of(value_of_size(size)) | (bits & sign_bit<T>));
     }
 

@@ -95,15 +95,12 @@ struct TanLanes {
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
     template <class W> [[gnu::always_inline]] static W value(W x) {
-        const W size = angle_lanes::size_within_limits(x);
-        W result;
         if constexpr (sizeof(ElementOf<W>) == 8)
-            result = angle_lanes::tangent(angle_lanes::reduce(size));
+            return angle_lanes::tangent(angle_lanes::reduce(x));
         else
-            result = through_double(size, [](Lanes<double> v) {
+            return through_double(x, [](Lanes<double> v) {
                 return angle_lanes::single_tangent(angle_lanes::reduce_single(v));
             });
-        return angle_lanes::with_sign_of(result, x);
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {

@@ -62,25 +62,6 @@ template <class W> auto special(W x) {
     return outside_window(x, top_word(lanes_from<T>), top_word(lanes_end<T>), all_but_sign);
 }
 
-// |x|; what is special comes to about the nearer limit, so that no step leaves the range.
-template <class W> W size_within_limits(W x) {
-    // Magnitudes compare like integers, and so do their upper 16 bits. All other words pass: the limits have
-    // the largest or the smallest number there.
-    using Integer = IntegerOf<ElementOf<W>>;
-    constexpr auto words = [](ElementOf<W> limit, std::uint64_t others) {
-        const auto lower = static_cast<std::make_unsigned_t<Integer>>(others) >> 16;
-        return std::bit_cast<__m128i>(IntegersOf<W>{} +
-                                      (std::bit_cast<Integer>(limit) | static_cast<Integer>(lower)));
-    };
-    const auto size = std::bit_cast<__m128i>(bits_of(x) & std::numeric_limits<Integer>::max());
-    const auto below_end = _mm_min_epi16(size, words(lanes_end<ElementOf<W>>, 0x7FFF7FFF7FFF7FFF));
-    return std::bit_cast<W>(_mm_max_epi16(below_end, words(lanes_from<ElementOf<W>>, 0x8000800080008000)));
-}
-
-template <class W> W with_sign_of(W size, W x) {
-    return from_bits<W>(bits_of(size) ^ (bits_of(x) & sign_bit<ElementOf<W>>));
-}
-
 // What the functions of a special angle have in common. below: the result where x is tiny.
 template <class T> bool is_no_angle_or_tiny(T x, T below, T &result, Status &status) {
     if ((top_word(x) & all_but_sign) >= top_word(lanes_from<T>))
@@ -210,16 +191,13 @@ template <int quarters> struct SineLanes {
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
     template <class W> [[gnu::always_inline]] static W value(W x) {
-        const W size = angle_lanes::size_within_limits(x);
-        W result;
         if constexpr (sizeof(ElementOf<W>) == 8)
-            result = angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(size));
+            return angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(x));
         else
-            result = through_double(size, [](Lanes<double> v) {
+            return through_double(x, [](Lanes<double> v) {
                 const angle_lanes::SingleAngle angle(v);
                 return quarters == 0 ? angle.sine() : angle.cosine();
             });
-        return quarters == 0 ? angle_lanes::with_sign_of(result, x) : result;
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
@@ -249,9 +227,9 @@ struct SinCosLanes {
             sine = SinLanes::value(x);
             cosine = CosLanes::value(x);
         } else {
-            const Halves halves = widened(angle_lanes::size_within_limits(x));
+            const Halves halves = widened(x);
             const angle_lanes::SingleAngle low(halves.low), high(halves.high);
-            sine = angle_lanes::with_sign_of(narrowed({low.sine(), high.sine()}), x);
+            sine = narrowed({low.sine(), high.sine()});
             cosine = narrowed({low.cosine(), high.cosine()});
         }
     }
