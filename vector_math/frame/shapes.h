@@ -134,8 +134,7 @@ template <Shape shape, bool repeated> struct Arguments {
     }
 
     // The arguments of a pass with padding in the place of special elements, in whole registers.
-    template <class F, class T>
-    [[gnu::noinline, gnu::cold]] static void without_special(const Lines<T> &lines, int count, T *x, T *y) {
+    template <class F, class T> static void without_special(const Lines<T> &lines, int count, T *x, T *y) {
         for (int k = 0; k < F::pass; ++k) {
             const bool idle = k >= count;
             const T b = idle || shape != Shape::two_one ? T(F::padding) : lines.y[repeated ? 0 : k];
@@ -166,10 +165,53 @@ concept HasSpecialLanes = requires(T x) {
 || requires(Lanes<T> x) { F::special(x); }
 || requires(Lanes<T> x) { F::special(x, x); };
 
-// The special ones of a pass that begins with element i.
-template <class F, Name name, class Arguments, Shape shape, class T, bool strided>
-[[gnu::noinline, gnu::cold]] void settle_special(const F &function, std::int32_t i, int count, const T *x,
-                                                 const T *y, const Vectors<T, strided> &vectors) {
+// The results of a pass's registers.
+template <class F, Shape shape, bool repeated, class T>
+[[gnu::always_inline]] inline void compute(const F &function, int count, const Lines<T> &lines) {
+    using V = Lanes<T>;
+    const V scalar = repeated ? broadcast<V>(*lines.y) : V{}; // once: stores might change what it points to
+    for (int k = 0; k < count; k += lane_count<V>) {
+        const V a = load<V>(lines.x + k);
+        if constexpr (shape == Shape::one_two) {
+            V u, v;
+            function.value(a, u, v);
+            store(lines.u + k, u);
+            store(lines.v + k, v);
+        } else if constexpr (shape == Shape::two_one) {
+            store(lines.u + k, function.value(a, repeated ? scalar : load<V>(lines.y + k)));
+        } else {
+            store(lines.u + k, function.value(a));
+        }
+    }
+}
+
+// The results go to the vectors from `lines` where they are not there yet.
+template <Shape shape, class T, bool strided>
+[[gnu::always_inline]] inline void deliver(std::int32_t i, int count, const Lines<T> &lines,
+                                           const Vectors<T, strided> &vectors) {
+    if (lines.u == vectors.r1.at(i))
+        return;
+    for (int k = 0; k < count; ++k) {
+        *vectors.r1.at(i + k) = lines.u[k];
+        if constexpr (shape == Shape::one_two)
+            *vectors.r2.at(i + k) = lines.v[k];
+    }
+}
+
+// A pass with special elements, which begins with element i: the others in lanes, then the special ones.
+template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
+[[gnu::noinline, gnu::cold]] void special_pass(const F &function, std::int32_t i, int count,
+                                               const Lines<T> &lines, const Vectors<T, strided> &vectors) {
+    using Arguments = Arguments<shape, repeated>;
+    T x[F::pass], y[F::pass], ordinary_x[F::pass], ordinary_y[F::pass];
+    for (int k = 0; k < count; ++k) {
+        x[k] = lines.x[k];
+        y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
+    }
+    Arguments::template without_special<F>(lines, count, ordinary_x, ordinary_y);
+    compute<F, shape, repeated, T>(function, count,
+                                   {ordinary_x, repeated ? lines.y : ordinary_y, lines.u, lines.v});
+    deliver<shape>(i, count, lines, vectors);
     for (int k = 0; k < count; ++k) {
         T u, v;
         Status status;
@@ -184,49 +226,31 @@ template <class F, Name name, class Arguments, Shape shape, class T, bool stride
     }
 }
 
-// One pass of lanes over `count` elements from i on. Inlined, so that a full pass has a constant number of
-// registers. The results go to the vectors from `lines` where they are not there yet.
-template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
-[[gnu::always_inline]] inline void lane_pass(const F &function, std::int32_t i, int count,
-                                             const Lines<T> &lines, const Vectors<T, strided> &vectors) {
-    using V = Lanes<T>;
-    using Arguments = Arguments<shape, repeated>;
-    const bool some_special = Arguments::template any_special<F>(lines, count);
-    T x[F::pass], y[F::pass], ordinary_x[F::pass], ordinary_y[F::pass];
-    const T *from_x = lines.x, *from_y = lines.y;
-    if constexpr (HasSpecialLanes<F, T>)
-        if (some_special) [[unlikely]] {
-            for (int k = 0; k < count; ++k) {
-                x[k] = lines.x[k];
-                y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
+// Full passes over contiguous vectors. The inner loop calls nothing, so that constants stay in registers: a
+// pass with special elements interrupts it. Returns how far the passes went.
+template <class F, Name name, Shape shape, bool repeated, class T>
+[[gnu::always_inline]] inline std::int32_t full_passes(const F &function, std::int32_t n,
+                                                       const Vectors<T, false> &w) {
+    const auto lines = [&](std::int32_t i) {
+        return Lines<T>{w.a.at(i), repeated ? w.b.start : w.b.at(i), w.r1.at(i), w.r2.at(i)};
+    };
+    std::int32_t i = 0;
+    for (;;) {
+        bool interrupted = false;
+        for (; n - i >= F::pass; i += F::pass) {
+            if constexpr (HasSpecialLanes<F, T>) {
+                interrupted = Arguments<shape, repeated>::template any_special<F>(lines(i), F::pass);
+                if (interrupted) [[unlikely]]
+                    break;
             }
-            Arguments::template without_special<F>(lines, count, ordinary_x, ordinary_y);
-            from_x = ordinary_x;
-            from_y = repeated ? lines.y : ordinary_y;
+            compute<F, shape, repeated>(function, F::pass, lines(i));
         }
-    const V scalar = repeated ? broadcast<V>(*lines.y) : V{}; // once: stores might change what it points to
-    for (int k = 0; k < count; k += lane_count<V>) {
-        const V a = load<V>(from_x + k);
-        if constexpr (shape == Shape::one_two) {
-            V u, v;
-            function.value(a, u, v);
-            store(lines.u + k, u);
-            store(lines.v + k, v);
-        } else if constexpr (shape == Shape::two_one) {
-            store(lines.u + k, function.value(a, repeated ? scalar : load<V>(from_y + k)));
-        } else {
-            store(lines.u + k, function.value(a));
-        }
+        if (!interrupted)
+            return i;
+        if constexpr (HasSpecialLanes<F, T>)
+            special_pass<F, name, shape, repeated>(function, i, F::pass, lines(i), w);
+        i += F::pass;
     }
-    if (lines.u != vectors.r1.at(i))
-        for (int k = 0; k < count; ++k) {
-            *vectors.r1.at(i + k) = lines.u[k];
-            if constexpr (shape == Shape::one_two)
-                *vectors.r2.at(i + k) = lines.v[k];
-        }
-    if constexpr (HasSpecialLanes<F, T>)
-        if (some_special) [[unlikely]]
-            settle_special<F, name, Arguments, shape>(function, i, count, x, y, vectors);
 }
 
 template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
@@ -234,10 +258,7 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
     const Vectors<T, strided> w = *vectors;
     std::int32_t i = 0;
     if constexpr (!strided)
-        for (; n - i >= F::pass; i += F::pass)
-            lane_pass<F, name, shape, repeated, T>(
-                *function, i, F::pass, {w.a.at(i), repeated ? w.b.start : w.b.at(i), w.r1.at(i), w.r2.at(i)},
-                w);
+        i = full_passes<F, name, shape, repeated>(*function, n, w);
     while (i < n) {
         const int count = std::min<std::int32_t>(n - i, F::pass);
         constexpr int lanes = lane_count<Lanes<T>>;
@@ -250,7 +271,17 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
             if constexpr (shape == Shape::two_one && !repeated)
                 y[k] = *w.b.at(i + k);
         }
-        lane_pass<F, name, shape, repeated, T>(*function, i, count, {x, repeated ? w.b.start : y, u, v}, w);
+        const Lines<T> lines{x, repeated ? w.b.start : y, u, v};
+        bool special = false;
+        if constexpr (HasSpecialLanes<F, T>) {
+            special = Arguments<shape, repeated>::template any_special<F>(lines, count);
+            if (special) [[unlikely]]
+                special_pass<F, name, shape, repeated>(*function, i, count, lines, w);
+        }
+        if (!special) {
+            compute<F, shape, repeated>(*function, count, lines);
+            deliver<shape>(i, count, lines, w);
+        }
         i += count;
     }
 }
