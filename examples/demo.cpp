@@ -3,6 +3,7 @@
 //
 // usage: demo DATA [CURVE]; CURVE receives the measured and the fitted distribution, for a plot.
 #include "qor_fyn.h"
+#include "series.h"
 
 #include <algorithm>
 #include <chrono>
@@ -28,15 +29,6 @@ double mean(const Vector &x) {
     for (double value : x)
         sum += value;
     return sum / static_cast<double>(x.size());
-}
-
-Vector read_data(const char *path) {
-    Vector data;
-    std::ifstream in(path);
-    for (std::string line; std::getline(in, line);)
-        if (!line.empty() && line[0] != '#')
-            data.push_back(std::strtod(line.c_str(), nullptr));
-    return data;
 }
 
 const char *status_name(int32_t status) {
@@ -74,7 +66,7 @@ double nanoseconds_per_element(Entry entry, const Vector &a) {
 } // namespace
 
 int main(int argc, char **argv) {
-    const Vector delay = argc > 1 ? read_data(argv[1]) : Vector{};
+    const Vector delay = argc > 1 ? read_series(argv[1]) : Vector{};
     if (delay.size() < 10) {
         std::fprintf(stderr, "usage: demo DATA [CURVE]   (DATA: at least 10 numbers, one a line)\n");
         return 2;

@@ -3,6 +3,7 @@
 //
 // usage: spline_fit DATA [PICTURE]; PICTURE receives the data and the spline at every site, for a plot.
 #include "qor_df.h"
+#include "series.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -14,15 +15,6 @@
 namespace {
 
 using Vector = std::vector<double>;
-
-Vector read_data(const char *path) {
-    Vector data;
-    std::ifstream in(path);
-    for (std::string line; std::getline(in, line);)
-        if (!line.empty() && line[0] != '#')
-            data.push_back(std::strtod(line.c_str(), nullptr));
-    return data;
-}
 
 void check(int32_t status, const char *what) {
     if (status == QOR_DF_OK)
@@ -76,7 +68,7 @@ struct Fit {
 } // namespace
 
 int main(int argc, char **argv) {
-    const Vector data = argc > 1 ? read_data(argv[1]) : Vector{};
+    const Vector data = argc > 1 ? read_series(argv[1]) : Vector{};
     if (data.size() < 40) {
         std::fprintf(stderr, "usage: spline_fit DATA [PICTURE]   (DATA: at least 40 numbers, one a line)\n");
         return 2;
