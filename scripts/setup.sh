@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing for the demo or for the tests, where this user may; else names it and stops.
-# usage: scripts/setup.sh demo|test
+# usage: scripts/setup.sh demo|test|docs
 set -eu -o pipefail
 
 # Each line: what shows that it is there (a command, or a file with a slash in its name), its package.
@@ -17,10 +17,17 @@ x86_64-w64-mingw32-g++-posix g++-mingw-w64-x86-64-posix
 wine64:/usr/lib/wine/wine64 wine64
 /usr/src/googletest/CMakeLists.txt googletest'
 
+tools_for_docs='cmake cmake
+make make
+g++ g++
+python3 python3
+doxygen doxygen'
+
 case ${1:-} in
 demo) tools=$tools_for_demo ;;
 test) tools=$tools_for_test ;;
-*) echo "usage: $0 demo|test" >&2; exit 2 ;;
+docs) tools=$tools_for_docs ;;
+*) echo "usage: $0 demo|test|docs" >&2; exit 2 ;;
 esac
 
 present() {
