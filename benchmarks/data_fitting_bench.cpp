@@ -141,6 +141,42 @@ void run(benchmark::State &state, const Contest &contest, const std::string &par
     qor_df_kernel_DeleteTask(&p.task);
 }
 
+// Construction of a linear spline over nx breakpoints, and the loop a program would write.
+void construct(benchmark::State &state, bool ours, bool uniform_partition, std::size_t nx) {
+    const auto n = static_cast<std::int64_t>(nx);
+    std::vector<double> x(nx), y(nx), c(2 * (nx - 1));
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> uniform_number(0, 1);
+    for (std::size_t i = 0; i < nx; ++i) {
+        x[i] = static_cast<double>(i);
+        y[i] = uniform_number(random);
+    }
+    const double ends[] = {x.front(), x.back()};
+    void *task = nullptr;
+    qor_df_kernel_dNewTask1D(&task, n, uniform_partition ? ends : x.data(),
+                             uniform_partition ? QOR_DF_UNIFORM : QOR_DF_NON_UNIFORM, 1, y.data(), 0, 1);
+    qor_df_kernel_dEditPPSpline1D(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0);
+    const double inverse = static_cast<double>(nx - 1) * (1 / (ends[1] - ends[0]));
+    const double *const px = x.data(), *const py = y.data();
+    double *__restrict const pc = c.data();
+    for (auto _ : state) {
+        if (ours)
+            qor_df_kernel_dDFLinearSpline1D(task, 0, nullptr, 0);
+        else if (uniform_partition)
+            for (std::int64_t i = 0; i < n - 1; ++i) {
+                pc[2 * i] = py[i];
+                pc[2 * i + 1] = (py[i + 1] - py[i]) * inverse;
+            }
+        else
+            for (std::int64_t i = 0; i < n - 1; ++i) {
+                pc[2 * i] = py[i];
+                pc[2 * i + 1] = (py[i + 1] - py[i]) / (px[i + 1] - px[i]);
+            }
+        benchmark::ClobberMemory();
+    }
+    qor_df_kernel_DeleteTask(&task);
+}
+
 double minimum(const std::vector<double> &times) { return *std::min_element(times.begin(), times.end()); }
 
 } // namespace
@@ -158,5 +194,14 @@ int main(int argc, char **argv) {
                         ->ComputeStatistics("min", minimum)
                         ->Unit(benchmark::kNanosecond);
                 }
+    for (const bool uniform_partition : {false, true})
+        for (const std::size_t nx : {16u, 100u, 1000u, 100000u, 1000000u})
+            for (const bool ours : {true, false}) {
+                const auto name = std::string(uniform_partition ? "linear_uniform/" : "linear/") +
+                                  (ours ? "ours/" : "loop/") + std::to_string(nx);
+                benchmark::RegisterBenchmark(name.c_str(), construct, ours, uniform_partition, nx)
+                    ->ComputeStatistics("min", minimum)
+                    ->Unit(benchmark::kNanosecond);
+            }
     benchmark::RunSpecifiedBenchmarks();
 }
