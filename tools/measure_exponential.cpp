@@ -6,6 +6,7 @@
 // made by MPFR here, e^r by a Taylor polynomial to r^11/11!. The arguments with the largest errors of each
 // group are then settled by MPFR at 200 bits; what the program prints is MPFR's word. It also prints how
 // far the quick value was off there.
+#include "tools/measuring.h"
 #include "vector_math/frame/double_double.h"
 #include "vector_math/kernels/exponential_double.h"
 
@@ -20,12 +21,9 @@
 #include <thread>
 #include <vector>
 
-using namespace qor::fyn;
+using namespace measuring;
 
 namespace {
-
-constexpr int threads = 2;
-constexpr std::size_t candidates_kept = 64;
 
 DoubleDouble roots[64]; // 2^(j/64)
 DoubleDouble step;      // ln2 / 64: hi with 12 free bits, so that its products with n are exact
@@ -98,42 +96,11 @@ double quick_error(double x, double result) {
     return std::fabs((truth - scaled_result).hi);
 }
 
-double settled_error(double x, double result) {
-    mpfr_t truth;
-    mpfr_init2(truth, 200);
-    mpfr_set_d(truth, x, MPFR_RNDN);
-    mpfr_exp(truth, truth, MPFR_RNDN);
-    const int place = std::max(static_cast<int>(mpfr_get_exp(truth)) - 53, -1074);
-    mpfr_sub_d(truth, truth, result, MPFR_RNDN);
-    mpfr_mul_2si(truth, truth, -place, MPFR_RNDN);
-    const double error = std::fabs(mpfr_get_d(truth, MPFR_RNDN));
-    mpfr_clear(truth);
-    return error;
-}
-
-struct Candidate {
-    double error, argument, result;
-    bool operator<(const Candidate &other) const { return error > other.error; }
-};
-
-struct Worst {
-    std::vector<Candidate> kept;
-    void offer(double x, double result) {
-        const double error = quick_error(x, result);
-        if (!(error <= threshold)) {
-            kept.push_back({error, x, result});
-            if (kept.size() >= 2 * candidates_kept)
-                shrink();
-        }
+struct Exponential {
+    static void exact(mpfr_t y, double x, double) {
+        mpfr_set_d(y, x, MPFR_RNDN);
+        mpfr_exp(y, y, MPFR_RNDN);
     }
-    void shrink() {
-        std::sort(kept.begin(), kept.end());
-        if (kept.size() > candidates_kept)
-            kept.resize(candidates_kept);
-        if (kept.size() == candidates_kept)
-            threshold = kept.back().error;
-    }
-    double threshold = -1;
 };
 
 enum class Path { lanes, special };
@@ -173,9 +140,9 @@ double argument_of(const Group &group, long k, long count, std::mt19937_64 &rand
     return odd * half_step + half_step * 0x1p-13 * (u - 0.5);
 }
 
-void measure(const Group &group, int thread, long count, Worst &worst) {
+void measure(const Group &group, unsigned thread, long count, Worst &worst) {
     using V = Lanes<double>;
-    std::mt19937_64 random(77 + static_cast<unsigned>(thread));
+    std::mt19937_64 random(77 + thread);
     for (long k = thread; k + threads < count; k += 2 * threads) {
         V x = {argument_of(group, k, count, random), argument_of(group, k + threads, count, random)};
         V result{};
@@ -190,10 +157,9 @@ void measure(const Group &group, int thread, long count, Worst &worst) {
                 std::abort(); // the group's bounds are wrong
             result = ExpDouble::value(x);
         }
-        worst.offer(x[0], result[0]);
-        worst.offer(x[1], result[1]);
+        for (int lane = 0; lane < 2; ++lane)
+            worst.offer(quick_error(x[lane], result[lane]), x[lane], result[lane]);
     }
-    worst.shrink();
 }
 
 } // namespace
@@ -207,15 +173,11 @@ int main(int argc, char **argv) {
     for (const Group &group : groups) {
         const long count = group.count / fraction;
         Worst worst[threads];
-        std::vector<std::thread> workers;
-        for (int t = 0; t < threads; ++t)
-            workers.emplace_back(measure, group, t, count, std::ref(worst[t]));
-        for (auto &worker : workers)
-            worker.join();
+        in_threads([&](unsigned t) { measure(group, t, count, worst[t]); });
         Candidate largest{};
         for (const Worst &part : worst)
             for (const Candidate &candidate : part.kept) {
-                const double error = settled_error(candidate.argument, candidate.result);
+                const double error = settled_error<Exponential>(candidate.argument, candidate.result);
                 filter_error = std::max(filter_error, std::fabs(error - candidate.error));
                 if (error > largest.error)
                     largest = {error, candidate.argument, candidate.result};

@@ -110,6 +110,7 @@ template <class F, class T> void power(const char *name, long count) {
 // The system's double-precision functions, off by less than 2^-28 of a single-precision last place; infinite
 // where the nearest single-precision number is.
 template <double (*function)(double)> struct System {
+    static constexpr double padding = 0;
     static Lanes<std::int64_t> special(Lanes<double>) { return Lanes<std::int64_t>{}; }
     static Lanes<double> value(Lanes<double> x) { return Lanes<double>{one(x[0]), one(x[1])}; }
     static void eval(double, double &) {}

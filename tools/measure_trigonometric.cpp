@@ -4,8 +4,8 @@
 //   ./measure 4          a quarter of the double-precision arguments
 //   ./measure 4 double   those only
 //
-// The quick values are the double-double functions of trigonometric.h: another reduction, other parts of pi
-// and another table of its bits.
+// The quick values come from the double-double functions of trigonometric.h: another reduction, other parts
+// of pi and another table of its bits.
 #include "tools/measuring.h"
 #include "vector_math/kernels/tangent_lanes.h"
 
@@ -23,7 +23,6 @@ DoubleDouble shifted_sine(const ReducedAngle<DoubleDouble> &angle, int quarters)
 
 struct SineSubject {
     using Kernel = SinLanes;
-    using Element = Sin;
     static constexpr const char *name = "sine";
     static constexpr auto multi_precision = mpfr_sin;
     static DoubleDouble of(const ReducedAngle<DoubleDouble> &angle) { return shifted_sine(angle, 0); }
@@ -31,7 +30,6 @@ struct SineSubject {
 
 struct CosineSubject {
     using Kernel = CosLanes;
-    using Element = Cos;
     static constexpr const char *name = "cosine";
     static constexpr auto multi_precision = mpfr_cos;
     static DoubleDouble of(const ReducedAngle<DoubleDouble> &angle) { return shifted_sine(angle, 1); }
@@ -39,7 +37,6 @@ struct CosineSubject {
 
 struct TangentSubject {
     using Kernel = TanLanes;
-    using Element = Tan;
     static constexpr const char *name = "tangent";
     static constexpr auto multi_precision = mpfr_tan;
     static DoubleDouble of(const ReducedAngle<DoubleDouble> &angle) {
@@ -58,10 +55,14 @@ template <class Function> struct Subject : Function {
     }
 };
 
-// The double lanes, with the element function for special arguments: single precision is judged by a
-// reduction that is not its own.
+// The double lanes, with the quick value for special arguments: single precision is judged by a reduction
+// that is not its own.
 template <class Function> struct Judge : Function::Kernel {
-    static Status eval(double x, double &r) noexcept { return Function::Element::eval(x, r); }
+    static Status eval(double x, double &r) noexcept {
+        const bool finite = x - x == 0;
+        r = finite ? Function::of(reduce_angle(x)).hi : x - x;
+        return status_ok;
+    }
 };
 
 constexpr double end_of_lanes = 0x1.92p21;

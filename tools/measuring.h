@@ -30,7 +30,11 @@ inline constexpr std::size_t candidates_kept = 64;
 // What a kernel gives, special lanes included.
 template <class F, class T> Lanes<T> results(Lanes<T> x) {
     const auto special = mask_of(F::special(x));
-    Lanes<T> r = F::value(x);
+    Lanes<T> ordinary = x;
+    for (int lane = 0; special >> lane != 0; ++lane)
+        if (special >> lane & 1)
+            ordinary[lane] = T(F::padding);
+    Lanes<T> r = F::value(ordinary);
     for (int lane = 0; special >> lane != 0; ++lane)
         if (special >> lane & 1) {
             T one;

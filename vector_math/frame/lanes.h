@@ -46,13 +46,31 @@ template <class V> V broadcast(ElementOf<V> x) { return V{} + x; }
 template <class V> IntegersOf<V> bits_of(V v) { return std::bit_cast<IntegersOf<V>>(v); }
 template <class V> V from_bits(IntegersOf<V> v) { return std::bit_cast<V>(v); }
 
-// f, which maps double lanes to double lanes, over single-precision lanes.
-template <class F> Lanes<float> through_double(Lanes<float> x, const F &f) {
+// Four single-precision or 32-bit integer lanes as twice two double-precision ones.
+struct Halves {
+    Lanes<double> low, high;
+};
+
+inline constexpr int upper_half_first = _MM_SHUFFLE(1, 0, 3, 2); // for shuffles of 32-bit words
+
+inline Halves widened(Lanes<float> x) {
     const auto v = std::bit_cast<__m128>(x);
-    const auto low = std::bit_cast<Lanes<double>>(_mm_cvtps_pd(v));
-    const auto high = std::bit_cast<Lanes<double>>(_mm_cvtps_pd(_mm_movehl_ps(v, v)));
-    return std::bit_cast<Lanes<float>>(_mm_movelh_ps(_mm_cvtpd_ps(std::bit_cast<__m128d>(f(low))),
-                                                     _mm_cvtpd_ps(std::bit_cast<__m128d>(f(high)))));
+    return {std::bit_cast<Lanes<double>>(_mm_cvtps_pd(v)),
+            std::bit_cast<Lanes<double>>(_mm_cvtps_pd(_mm_movehl_ps(v, v)))};
+}
+inline Halves widened(Lanes<std::int32_t> n) {
+    const auto v = std::bit_cast<__m128i>(n);
+    return {std::bit_cast<Lanes<double>>(_mm_cvtepi32_pd(v)),
+            std::bit_cast<Lanes<double>>(_mm_cvtepi32_pd(_mm_shuffle_epi32(v, upper_half_first)))};
+}
+inline Lanes<float> narrowed(const Halves &x) {
+    return std::bit_cast<Lanes<float>>(_mm_movelh_ps(_mm_cvtpd_ps(std::bit_cast<__m128d>(x.low)),
+                                                     _mm_cvtpd_ps(std::bit_cast<__m128d>(x.high))));
+}
+
+// f, which maps double lanes to double lanes, over single-precision lanes.
+template <class F, class... X> Lanes<float> through_double(const F &f, X... x) {
+    return narrowed({f(widened(x).low...), f(widened(x).high...)});
 }
 
 // Integer lanes added modulo their width.
@@ -70,41 +88,48 @@ inline unsigned mask_of(Lanes<std::int32_t> v) {
     return static_cast<unsigned>(_mm_movemask_ps(std::bit_cast<__m128>(v)));
 }
 
-// Both members of a pair of doubles for every lane, `offsets` being its distance in bytes, below 2^16.
-template <class Pair>
-void look_up(const Pair *table, Lanes<std::int64_t> offsets, Lanes<double> &first, Lanes<double> &second) {
-    static_assert(sizeof(Pair) == lane_bytes && alignof(Pair) == alignof(double));
-    const auto pair = [table](int offset) {
-        Lanes<double> v;
-        std::memcpy(&v, reinterpret_cast<const char *>(table) + offset, sizeof v);
-        return v;
-    };
-    const auto words = std::bit_cast<__m128i>(offsets);
-    const auto low = pair(_mm_cvtsi128_si32(words)), high = pair(_mm_extract_epi16(words, 4));
-    first = _mm_unpacklo_pd(low, high);
-    second = _mm_unpackhi_pd(low, high);
-}
+// The two lanes in the integer unit, which straight-line lane code leaves idle: table indices go through it.
+struct IntegerPair {
+    std::uint64_t low, high;
+    explicit IntegerPair(Lanes<std::int64_t> n) {
+        const auto words = std::bit_cast<__m128i>(n);
+        // A shuffle with a target of its own: others wait for what their register held before.
+        const auto swapped = _mm_shuffle_epi32(words, upper_half_first);
+        low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(words));
+        high = static_cast<std::uint64_t>(_mm_cvtsi128_si64(swapped));
+    }
+};
 
-template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();
-
-// The same for pair n mod size, a power of two. The indices go through the integer unit, which straight-line
-// lane code leaves idle.
+// Both members of pair n mod size of a table, for every lane; size is a power of two.
 template <std::size_t size, class Pair>
 void look_up_modulo(const Pair (&table)[size], Lanes<std::int64_t> n, Lanes<double> &first,
                     Lanes<double> &second) {
     static_assert(sizeof(Pair) == lane_bytes && (size & (size - 1)) == 0);
-    const auto pair = [&table](std::int64_t index) {
+    const IntegerPair index(n);
+    const auto pair = [&table](std::uint64_t i) {
         Lanes<double> v;
-        std::memcpy(&v, &table[static_cast<std::uint64_t>(index) % size], sizeof v);
+        std::memcpy(&v, &table[i % size], sizeof v);
         return v;
     };
-    const auto words = std::bit_cast<__m128i>(n);
-    // A shuffle with a target of its own: others wait for what their register held before.
-    const auto swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
-    const auto low = pair(_mm_cvtsi128_si64(words)), high = pair(_mm_cvtsi128_si64(swapped));
+    const auto low = pair(index.low), high = pair(index.high);
     first = _mm_unpacklo_pd(low, high);
     second = _mm_unpackhi_pd(low, high);
 }
+
+// The first double of row n mod size, for every lane.
+template <std::size_t size, class Row>
+Lanes<double> look_up_first(const Row (&table)[size], Lanes<std::int64_t> n) {
+    static_assert((size & (size - 1)) == 0);
+    const IntegerPair index(n);
+    const auto first = [&table](std::uint64_t i) {
+        double v;
+        std::memcpy(&v, &table[i % size], sizeof v);
+        return v;
+    };
+    return Lanes<double>{first(index.low), first(index.high)};
+}
+
+template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();
 
 // 2^52 or 2^23: from here on every number is an integer.
 template <class T>

@@ -10,9 +10,10 @@
 //       static constexpr int pass = 16;                            // elements a pass
 //       static constexpr double padding = 0.5;                     // fills idle lanes, raises nothing
 //       template <class V> static IntegersOf<V> special(V x);      // top bit of a lane set: for eval
-//       template <class V> static V value(V x);                    // all other lanes; special ones come as
-//       padding static Status eval(double x, double &r) noexcept;          // one special element
+//       template <class V> static V value(V x);                    // all other lanes
+//       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
+//   value sees padding in the place of special elements; a repeated second argument stays as it is.
 //   two in, one out: special(V x, V y), V value(V x, V y), eval(double x, double y, double &r)
 //   one in, two out: void value(V x, V &u, V &v), eval(double x, double &u, double &v)
 //   Without `special` no lane is, and eval is not needed.

@@ -86,20 +86,15 @@ struct PlainLanes {
 };
 
 // Lower and upper lanes in double precision.
-inline DoublePair widened_half(ComplexLanes<Lanes<float>> x, int half) {
-    const auto wide = [half](Lanes<float> v) {
-        const auto both = std::bit_cast<__m128>(v);
-        const auto chosen = half == 0 ? both : _mm_shuffle_ps(both, both, _MM_SHUFFLE(3, 2, 3, 2));
-        return std::bit_cast<DoubleLanes>(_mm_cvtps_pd(chosen));
-    };
-    return {wide(x.re), wide(x.im)};
+inline DoublePair lower_half(ComplexLanes<Lanes<float>> x) {
+    return {fyn::widened(x.re).low, fyn::widened(x.im).low};
 }
-inline Lanes<float> narrowed_halves(DoubleLanes low, DoubleLanes high) {
-    return std::bit_cast<Lanes<float>>(
-        _mm_movelh_ps(_mm_cvtpd_ps(std::bit_cast<__m128d>(low)), _mm_cvtpd_ps(std::bit_cast<__m128d>(high))));
+inline DoublePair upper_half(ComplexLanes<Lanes<float>> x) {
+    return {fyn::widened(x.re).high, fyn::widened(x.im).high};
 }
-inline ComplexLanes<Lanes<float>> narrowed_halves(DoublePair low, DoublePair high) {
-    return {narrowed_halves(low.re, high.re), narrowed_halves(low.im, high.im)};
+inline Lanes<float> joined(DoubleLanes low, DoubleLanes high) { return fyn::narrowed({low, high}); }
+inline ComplexLanes<Lanes<float>> joined(DoublePair low, DoublePair high) {
+    return {fyn::narrowed({low.re, high.re}), fyn::narrowed({low.im, high.im})};
 }
 
 // A rule in working lanes over lanes of either type.
@@ -107,8 +102,8 @@ template <class Rule, class... Pairs> auto in_lanes(ComplexLanes<DoubleLanes> x,
     return Rule::template value<ExactLanes>(x, rest...);
 }
 template <class Rule, class... Pairs> auto in_lanes(ComplexLanes<Lanes<float>> x, Pairs... rest) {
-    return narrowed_halves(Rule::template value<PlainLanes>(widened_half(x, 0), widened_half(rest, 0)...),
-                           Rule::template value<PlainLanes>(widened_half(x, 1), widened_half(rest, 1)...));
+    return joined(Rule::template value<PlainLanes>(lower_half(x), lower_half(rest)...),
+                  Rule::template value<PlainLanes>(upper_half(x), upper_half(rest)...));
 }
 
 // Components neither in [from, to) nor zero.

@@ -22,6 +22,7 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 namespace qor::fyn {
 
@@ -47,27 +48,45 @@ struct ExpDouble {
         return fast_limit_hi - magnitude;
     }
 
-    template <class V> static V value(V x) {
-        const V shifted = x * inv_step + shifter;
-        const V whole = shifted - shifter;
-        const V reduced = x - whole * step_hi; // exact
-        const V tail = whole * step_lo;
-        const V r = reduced - tail;
-        // p(r) = reduced + rest, with nothing of r lost
-        const V square = r * r;
-        const V rest = square * ((0.4999999999994775 + r * 0.1666666666667797) +
-                                 square * (0.04166672368662385 + r * 0.00833333416441411)) -
-                       tail;
-        const auto n = bits_of(shifted);
-        V hi, lo;
-        look_up_modulo(exponential_absolute, n, hi, lo);
-        // hi + (hi p + lo (1 + p)) with the large part of p by itself: two roundings at its last place, then
-        // the result's
-        const V mantissa = hi + (hi * reduced + (hi * rest + (lo + lo * reduced)));
+    struct NoTail {};
+
+    // head + tail = n ln2/64 + r; e^r - 1 = reduced + (curved - excess), with nothing of r lost.
+    template <class V> struct Reduced {
+        IntegersOf<V> n;
+        V reduced, excess, r, curved;
+
+        template <class Tail> Reduced(V head, Tail tail) {
+            V shifted;
+            if constexpr (std::is_same_v<Tail, NoTail>)
+                shifted = head * inv_step + shifter;
+            else
+                shifted = (head + tail) * inv_step + shifter;
+            const V whole = shifted - shifter;
+            n = bits_of(shifted);
+            reduced = head - whole * step_hi; // exact
+            excess = whole * step_lo;
+            if constexpr (!std::is_same_v<Tail, NoTail>)
+                excess -= tail;
+            r = reduced - excess;
+            const V square = r * r;
+            curved = square * ((0.4999999999994775 + r * 0.1666666666667797) +
+                               square * (0.04166672368662385 + r * 0.00833333416441411));
+        }
+
+        V exponential() const {
+            V hi, lo;
+            look_up_modulo(exponential_absolute, n, hi, lo);
+            // hi + (hi p + lo (1 + p)) with the large part of p by itself: two roundings at its last place,
+            // then the result's
+            return scaled(hi + (hi * reduced + (hi * (curved - excess) + (lo + lo * reduced))));
+        }
+
         // M into the exponent: the bits of n above the low six, moved to the exponent's place. What the
         // shifter adds above them falls off the word.
-        return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46));
-    }
+        V scaled(V mantissa) const { return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46)); }
+    };
+
+    template <class V> static V value(V x) { return Reduced<V>(x, NoTail{}).exponential(); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(double x, double &result) noexcept {
         const auto exponent = static_cast<unsigned>(std::bit_cast<std::uint64_t>(x) >> 52) & 0x7FF;

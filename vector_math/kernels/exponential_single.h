@@ -19,23 +19,8 @@
 #include "vector_math/kernels/exponential_tables.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace qor::fyn {
-
-// The first double of row n mod size, for both lanes.
-template <std::size_t size, class Row>
-Lanes<double> look_up_first(const Row (&table)[size], Lanes<std::int64_t> n) {
-    static_assert((size & (size - 1)) == 0);
-    const auto first = [&table](std::int64_t index) {
-        double v;
-        std::memcpy(&v, &table[static_cast<std::uint64_t>(index) % size], sizeof v);
-        return v;
-    };
-    const auto words = std::bit_cast<__m128i>(n);
-    const auto swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
-    return Lanes<double>{first(_mm_cvtsi128_si64(words)), first(_mm_cvtsi128_si64(swapped))};
-}
 
 // 2^(t/64) for |t| < 2^16 where the result is a normal number, otherwise anything. The degree is that of the
 // polynomial.
@@ -68,10 +53,8 @@ template <class Element, std::int32_t limit, double steps> struct ExponentialSin
 
     static Lanes<std::int32_t> special(Lanes<float> x) { return outside_window(x, 0, limit, 0x7FFFFFFF); }
 
-    // Special lanes become 0: what they would give might not fit single precision.
     static Lanes<float> value(Lanes<float> x) {
-        return through_double(from_bits<Lanes<float>>(bits_of(x) & ~special(x)),
-                              [](Lanes<double> v) { return two_to_64ths<4>(v * steps); });
+        return through_double([](Lanes<double> v) { return two_to_64ths<4>(v * steps); }, x);
     }
 
     [[gnu::noinline, gnu::cold]] static Status eval(float x, float &r) noexcept {

@@ -61,9 +61,8 @@ template <class V, class Table> struct ErfInversePlace {
 template <class Table>
 void look_up_rows(const Table &table, Lanes<std::int64_t> numbers, Lanes<double> (&terms)[Table::terms]) {
     static_assert(Table::terms % 2 == 0);
-    const auto words = std::bit_cast<__m128i>(numbers);
-    const __m128i swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
-    const double *low = table.row[_mm_cvtsi128_si64(words)], *high = table.row[_mm_cvtsi128_si64(swapped)];
+    const IntegerPair index(numbers);
+    const double *low = table.row[index.low], *high = table.row[index.high];
     for (unsigned i = 0; i < Table::terms; i += 2) {
         const auto a = load<Lanes<double>>(low + i), b = load<Lanes<double>>(high + i);
         terms[i] = _mm_unpacklo_pd(a, b);
@@ -73,18 +72,15 @@ void look_up_rows(const Table &table, Lanes<std::int64_t> numbers, Lanes<double>
 
 template <class Table>
 void look_up_rows(const Table &table, Lanes<std::int32_t> numbers, Lanes<float> (&terms)[Table::terms]) {
-    const auto words = std::bit_cast<__m128i>(numbers);
-    const __m128i swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
-    const auto first = static_cast<std::uint64_t>(_mm_cvtsi128_si64(words));
-    const auto second = static_cast<std::uint64_t>(_mm_cvtsi128_si64(swapped));
+    const IntegerPair two_each(std::bit_cast<Lanes<std::int64_t>>(numbers));
     const auto row = [&table](std::uint64_t number) {
         if constexpr (Table::terms == 4)
             return _mm_loadu_ps(table.row[number]);
         else
             return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(table.row[number])));
     };
-    __m128 a = row(static_cast<std::uint32_t>(first)), b = row(first >> 32),
-           c = row(static_cast<std::uint32_t>(second)), d = row(second >> 32);
+    __m128 a = row(static_cast<std::uint32_t>(two_each.low)), b = row(two_each.low >> 32),
+           c = row(static_cast<std::uint32_t>(two_each.high)), d = row(two_each.high >> 32);
     if constexpr (Table::terms == 4) {
         _MM_TRANSPOSE4_PS(a, b, c, d);
         terms[2] = c;
@@ -149,7 +145,7 @@ template <class T, Accuracy A> struct ErfInvLanes {
             return size * erf_inverse_ratio(erf_inverse_double_short, size);
         } else if constexpr (A == Accuracy::high) {
             return through_double(
-                size, [](Lanes<double> s) { return s * erf_inverse_ratio(erf_inverse_medium, s); });
+                [](Lanes<double> s) { return s * erf_inverse_ratio(erf_inverse_medium, s); }, size);
         } else {
             return size * erf_inverse_ratio(single_table(), size);
         }

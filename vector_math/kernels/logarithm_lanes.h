@@ -20,7 +20,6 @@
 #include "vector_math/frame/element.h"
 #include "vector_math/frame/lanes.h"
 #include "vector_math/kernels/argument_window.h"
-#include "vector_math/kernels/halves.h"
 #include "vector_math/kernels/logarithm.h"
 #include "vector_math/kernels/logarithm_tables.h"
 
@@ -30,7 +29,8 @@
 
 namespace qor::fyn {
 
-// x = 2^exponent * mantissa, and the table's entry for the mantissa. Any bits give some finite numbers.
+// x = 2^exponent * mantissa, and the number of the mantissa's interval in the low bits. Any bits give some
+// finite numbers.
 struct LogarithmReduction {
     using V = Lanes<double>;
     using Unsigned = Lanes<std::uint64_t>;
@@ -38,16 +38,15 @@ struct LogarithmReduction {
     static constexpr std::uint64_t one = 0x3FF0000000000000, fraction = 0x000FFFFFFFFFFFFF;
     static constexpr std::uint64_t below_one = std::uint64_t{309} << 43; // 154.5 intervals of 2^44
     static constexpr std::uint64_t two_52 = 0x4330000000000000;          // its last place is 1
-    static_assert(sizeof(LogarithmPair) == 16);
 
-    V exponent, mantissa, reciprocal, logarithm;
+    V exponent, mantissa;
+    Lanes<std::int64_t> interval;
 
     explicit LogarithmReduction(V x) {
         const Unsigned moved = std::bit_cast<Unsigned>(x) + below_one;
         exponent = std::bit_cast<V>((moved >> 52) | two_52) - (0x1p52 + 1023);
         mantissa = std::bit_cast<V>((moved & fraction) + (one - below_one));
-        look_up_modulo(logarithm_pairs, std::bit_cast<Lanes<std::int64_t>>(moved >> 44), reciprocal,
-                       logarithm);
+        interval = std::bit_cast<Lanes<std::int64_t>>(moved >> 44);
     }
 };
 
@@ -78,11 +77,13 @@ template <class T> struct LnLanes {
     static Lanes<double> value_double(Lanes<double> x) {
         using V = Lanes<double>;
         const LogarithmReduction at(x);
+        V reciprocal, logarithm;
+        look_up_modulo(logarithm_pairs, at.interval, reciprocal, logarithm);
         const V z_hi = from_bits<V>(bits_of(at.mantissa) & ~((std::int64_t{1} << 36) - 1));
-        const V r_hi = z_hi * at.reciprocal - 1; // exact
-        const V r_lo = (at.mantissa - z_hi) * at.reciprocal;
+        const V r_hi = z_hi * reciprocal - 1; // exact
+        const V r_lo = (at.mantissa - z_hi) * reciprocal;
         const V r = r_hi + r_lo;
-        const V whole = at.exponent * ln2_hi + at.logarithm; // exact
+        const V whole = at.exponent * ln2_hi + logarithm; // exact
         const V leading = whole + r;
         const V rest = (((whole - leading) + r_hi) + r_lo) + at.exponent * ln2_lo;
         const V square = r * r;

@@ -36,31 +36,6 @@
 
 namespace qor::fyn {
 
-// x = 2^exponent * mantissa, cut where LogarithmReduction cuts, and the number of the interval in the low
-// bits. Any bits give some finite numbers.
-struct PowerReduction {
-    using V = Lanes<double>;
-    using Unsigned = Lanes<std::uint64_t>;
-    using Cut = LogarithmReduction;
-
-    V exponent, mantissa;
-    Lanes<std::int64_t> interval;
-
-    explicit PowerReduction(V x) {
-        const Unsigned moved = std::bit_cast<Unsigned>(x) + Cut::below_one;
-        exponent = std::bit_cast<V>((moved >> 52) | Cut::two_52) - (0x1p52 + 1023);
-        mantissa = std::bit_cast<V>((moved & Cut::fraction) + (Cut::one - Cut::below_one));
-        interval = std::bit_cast<Lanes<std::int64_t>>(moved >> 44);
-    }
-};
-
-// f of two double lanes over single-precision lanes.
-template <class F> Lanes<float> through_double(Lanes<float> x, Lanes<float> y, const F &f) {
-    const auto low = [](Lanes<float> v) { return _mm_cvtps_pd(v); };
-    const auto high = [](Lanes<float> v) { return _mm_cvtps_pd(_mm_movehl_ps(v, v)); };
-    return _mm_movelh_ps(_mm_cvtpd_ps(f(low(x), low(y))), _mm_cvtpd_ps(f(high(x), high(y))));
-}
-
 // Which arguments the lanes serve.
 template <class V> struct PowerRange {
     using T = ElementOf<V>;
@@ -126,7 +101,7 @@ template <Accuracy A> struct LongPower {
     };
 
     [[gnu::always_inline]] static Exponent exponent(V x, V y) {
-        const PowerReduction at(x);
+        const LogarithmReduction at(x);
         V reciprocal, logarithm;
         look_up_modulo(power_pairs, at.interval, reciprocal, logarithm);
         const V rests = look_up_first(power_rests, at.interval);
@@ -154,28 +129,13 @@ template <Accuracy A> struct LongPower {
         return {y_1 * hi_1, y * ((hi - hi_1) + lo) + (y - y_1) * hi_1};
     }
 
-    // As ExpDouble::value, with the tail of the exponent; without the tail of the table where that will do.
+    // Without the tail of the table where that will do.
     [[gnu::always_inline]] static V power(const Exponent &e) {
-        using E = ExpDouble;
-        const V shifted = (e.head + e.tail) * E::inv_step + E::shifter;
-        const V whole = shifted - E::shifter;
-        const V reduced = e.head - whole * E::step_hi; // exact
-        const V tail = whole * E::step_lo - e.tail;
-        const V r = reduced - tail;
-        const V square = r * r;
-        const V rest = square * ((0.4999999999994775 + r * 0.1666666666667797) +
-                                 square * (0.04166672368662385 + r * 0.00833333416441411));
-        const auto n = bits_of(shifted);
-        V mantissa;
-        if constexpr (high) {
-            V hi, lo;
-            look_up_modulo(exponential_absolute, n, hi, lo);
-            mantissa = hi + (hi * reduced + (hi * (rest - tail) + (lo + lo * reduced)));
-        } else {
-            const V hi = look_up_first(exponential_absolute, n);
-            mantissa = hi + hi * (r + rest);
-        }
-        return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46));
+        const ExpDouble::Reduced<V> at(e.head, e.tail);
+        if constexpr (high)
+            return at.exponential();
+        const V root = look_up_first(exponential_absolute, at.n);
+        return at.scaled(root + root * (at.r + at.curved));
     }
 
   private:
@@ -193,7 +153,7 @@ template <int log_degree, int exp_degree, int largest> struct ShortPower {
     };
 
     [[gnu::always_inline]] static Exponent exponent(V x, V y) {
-        const PowerReduction at(x);
+        const LogarithmReduction at(x);
         V reciprocal, logarithm;
         look_up_modulo(power_binary_pairs, at.interval, reciprocal, logarithm);
         const V r = at.mantissa * reciprocal - 1;
@@ -211,12 +171,7 @@ template <int log_degree, int exp_degree, int largest> struct ShortPower {
         return {y * ((at.exponent * 64 + logarithm) + r * slope)};
     }
 
-    [[gnu::always_inline]] static V power(const Exponent &e) {
-        // Nothing that single precision cannot hold, also where the lanes are special.
-        V t = e.sum;
-        t = _mm_min_pd(_mm_max_pd(t, V{} - limit), V{} + limit);
-        return two_to_64ths<exp_degree>(t);
-    }
+    [[gnu::always_inline]] static V power(const Exponent &e) { return two_to_64ths<exp_degree>(e.sum); }
 };
 
 template <class T, Accuracy A, class Method> struct PowerLanes {
@@ -237,7 +192,7 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
         if constexpr (sizeof(T) == 8)
             r = power(size, usual);
         else
-            r = through_double(size, usual, power);
+            r = through_double(power, size, usual);
         return from_bits<V>(bits_of(r) | (odd & bits_of(x)));
     }
 

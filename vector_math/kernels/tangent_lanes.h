@@ -98,9 +98,9 @@ struct TanLanes {
         if constexpr (sizeof(ElementOf<W>) == 8)
             return angle_lanes::tangent(angle_lanes::reduce(x));
         else
-            return through_double(x, [](Lanes<double> v) {
-                return angle_lanes::single_tangent(angle_lanes::reduce_single(v));
-            });
+            return through_double(
+                [](Lanes<double> v) { return angle_lanes::single_tangent(angle_lanes::reduce_single(v)); },
+                x);
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {

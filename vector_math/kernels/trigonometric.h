@@ -195,55 +195,6 @@ template <class T> inline bool angle_is_infinite_or_nan(T x, T &r, Status &statu
 
 template <class T> inline constexpr T tiny_angle = T(0x1p-30); // x - x^3/6 rounds to x
 
-struct Sin {
-    template <class T> static Status eval(T x, T &r) noexcept {
-        Status status = status_ok;
-        if (angle_is_infinite_or_nan(x, r, status))
-            return status;
-        r = x;
-        if (std::fabs(x) < tiny_angle<T>)
-            return status_ok;
-        constexpr int bits = working_bits<T>;
-        ReducedAngle<DoubleDouble> a = reduce_angle(static_cast<double>(x));
-        return plain_result(sine_of<bits>(narrowed<Real<bits>>(a.rest), a.quadrant), r);
-    }
-};
-
-struct Cos {
-    template <class T> static Status eval(T x, T &r) noexcept {
-        Status status = status_ok;
-        if (angle_is_infinite_or_nan(x, r, status))
-            return status;
-        r = 1;
-        if (std::fabs(x) < tiny_angle<T>)
-            return status_ok;
-        constexpr int bits = working_bits<T>;
-        ReducedAngle<DoubleDouble> a = reduce_angle(static_cast<double>(x));
-        return plain_result(cosine_of<bits>(narrowed<Real<bits>>(a.rest), a.quadrant), r);
-    }
-};
-
-struct SinCos {
-    template <class T> static Status eval(T x, T &sine, T &cosine) noexcept {
-        Sin::eval(x, sine);
-        return Cos::eval(x, cosine);
-    }
-};
-
-struct Tan {
-    template <class T> static Status eval(T x, T &r) noexcept {
-        Status status = status_ok;
-        if (angle_is_infinite_or_nan(x, r, status))
-            return status;
-        r = x;
-        if (std::fabs(x) < tiny_angle<T>)
-            return status_ok;
-        constexpr int bits = working_bits<T>;
-        ReducedAngle<DoubleDouble> a = reduce_angle(static_cast<double>(x));
-        return plain_result(tangent_of<bits>(narrowed<Real<bits>>(a.rest), a.quadrant), r);
-    }
-};
-
 struct Asin {
     template <class T> static Status eval(T x, T &r) noexcept {
         constexpr int bits = working_bits<T>;

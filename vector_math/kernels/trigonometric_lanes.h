@@ -18,8 +18,8 @@
 // 64/pi make it exact, and what the others give is added to the fraction f of a step. The polynomials in f
 // have errors below 2^-46 (2^-44 where |x| is above 10^6); rounded to float once.
 //
-// The lanes work on |x|. Zeros, tiny arguments and those from 0x1.92p+21 on are special; the last are divided
-// by 2 pi in integers, and then the same sums serve.
+// Zeros, tiny arguments and those from 0x1.92p+21 on are special; the last are divided by 2 pi in integers,
+// and then the same sums serve.
 //
 // Largest errors measured by tools/measure_trigonometric.cpp, in ulp (docs/accuracy.md): sine 0.547078 at
 // 0x1.a56671663eee2p+20, cosine 0.547077 at -0x1.69486bc7eab0cp+1; special path 0.544060 at
@@ -29,7 +29,6 @@
 #include "vector_math/frame/element.h"
 #include "vector_math/frame/lanes.h"
 #include "vector_math/kernels/argument_window.h"
-#include "vector_math/kernels/halves.h"
 #include "vector_math/kernels/trigonometric.h"
 #include "vector_math/kernels/trigonometric_tables.h"
 
@@ -70,16 +69,13 @@ template <class T> bool is_no_angle_or_tiny(T x, T below, T &result, Status &sta
     return true;
 }
 
-// Element n of a table in every lane.
+// Element n of a table of a whole turn, in every lane.
 struct Entries {
-    std::uint64_t low, high;
-    explicit Entries(Lanes<std::int64_t> n) {
-        const auto words = std::bit_cast<__m128i>(n);
-        const auto swapped = _mm_shuffle_epi32(words, _MM_SHUFFLE(1, 0, 3, 2));
-        low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(words)) % steps_of_turn;
-        high = static_cast<std::uint64_t>(_mm_cvtsi128_si64(swapped)) % steps_of_turn;
+    IntegerPair index;
+    explicit Entries(Lanes<std::int64_t> n) : index(n) {}
+    V of(const double *table) const {
+        return V{table[index.low % steps_of_turn], table[index.high % steps_of_turn]};
     }
-    V of(const double *table) const { return V{table[low], table[high]}; }
 };
 
 // x = n pi/64 + (r - excess); of n the low bits count.
@@ -194,10 +190,12 @@ template <int quarters> struct SineLanes {
         if constexpr (sizeof(ElementOf<W>) == 8)
             return angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(x));
         else
-            return through_double(x, [](Lanes<double> v) {
-                const angle_lanes::SingleAngle angle(v);
-                return quarters == 0 ? angle.sine() : angle.cosine();
-            });
+            return through_double(
+                [](Lanes<double> v) {
+                    const angle_lanes::SingleAngle angle(v);
+                    return quarters == 0 ? angle.sine() : angle.cosine();
+                },
+                x);
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {

@@ -60,6 +60,23 @@ TEST(Distributions, WriteResultHashes) {
     }
     write_laws<double>(file, "d");
     write_laws<float>(file, "s");
+    for (std::int32_t storage = 0; storage < 3; ++storage)
+        write<double>(file, "dGaussianMV " + std::to_string(storage), BEX_BRNG_MCG59,
+                      [storage](void *stream, double *r) {
+                          const double mean[3] = {1, 2, 3}, t[9] = {1, 0, 0, 0.5, 2, 0, 0.25, 0.75, 3};
+                          return _bexdRngGaussianMV(0, stream, count / 3, r, 3, storage, mean, t);
+                      });
+    write<std::int32_t>(file, "integers", BEX_BRNG_MCG59, [](void *stream, std::int32_t *r) {
+        return _bexiRngUniform(0, stream, count, r, -1000000, 1000000);
+    });
+    for (const std::uint32_t id : {BEX_BRNG_MCG59, BEX_BRNG_MT19937}) {
+        write<std::uint32_t>(
+            file, "bits 32 of " + std::to_string(id), id,
+            [](void *stream, std::uint32_t *r) { return _bexiRngUniformBits32(0, stream, count, r); });
+        write<std::uint64_t>(
+            file, "bits 64 of " + std::to_string(id), id,
+            [](void *stream, std::uint64_t *r) { return _bexiRngUniformBits64(0, stream, count, r); });
+    }
     for (double p : {0.3, 0.01}) {
         write<std::int32_t>(
             file, "geometric " + std::to_string(p), BEX_BRNG_MCG59,
