@@ -15,7 +15,9 @@ g++ g++
 python3 python3
 x86_64-w64-mingw32-g++-posix g++-mingw-w64-x86-64-posix
 wine64:/usr/lib/wine/wine64 wine64
-/usr/src/googletest/CMakeLists.txt googletest'
+/usr/src/googletest/CMakeLists.txt googletest
+clang++ clang
+/usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-x86_64.a libclang-rt-14-dev'
 
 tools_for_docs='cmake cmake
 make make
