@@ -250,6 +250,66 @@ TYPED_TEST(CellSearch, LongStaysInOneCellEndWhereTheyEnd) {
         }
 }
 
+// Partitions even but for rounding, a few ulp or one breakpoint, and sites close to every breakpoint, to the
+// places an even partition has for them and to one another: as many sites as make all breakpoints looked at
+// beforehand, and one too few.
+TYPED_TEST(CellSearch, AlmostEvenPartitionsKeepTheConvention) {
+    using T = TypeParam;
+    constexpr T tiny = Limits<T>::min(), large = Limits<T>::max(), infinity = Limits<T>::infinity();
+    std::mt19937_64 random(17);
+    std::uniform_real_distribution<double> unit(-0.5, 1.5);
+    const auto expect_even_cells = [&](const std::vector<T> &breakpoints, T x0, T h) {
+        const std::size_t nx = breakpoints.size();
+        std::vector<T> sites = {infinity, -infinity, Limits<T>::quiet_NaN(), large, -large};
+        for (std::size_t i = 0; i < nx; ++i) {
+            const T u = T(unit(random)), even_place = x0 + T(i) * h;
+            for (const T s : {breakpoints[i], even_place, even_place + u * h})
+                sites.insert(sites.end(), {s, std::nextafter(s, -infinity), std::nextafter(s, infinity)});
+        }
+        std::shuffle(sites.begin(), sites.end(), random);
+        const GuardedArray<T> x(breakpoints, nx % 2 ? Edge::begin : Edge::end);
+        for (const std::size_t nsite : {sites.size(), nx, nx - 1}) {
+            sites.resize(nsite);
+            const GuardedArray<T> site(sites, Edge::end);
+            search(Entries<T>::quasi, x, count(x), site, h, 0,
+                   [&](const auto &cell, int64_t) { expect_cells(x, site, cell); });
+        }
+    };
+    const struct {
+        T x0, h;
+    } grids[] = {{0, 1},           {-3, T(0.1)},        {T(1e3), T(1e-3)},     {T(-1e9), T(1e-3)},
+                 {T(1e9), T(0.3)}, {0, tiny / 2},       {-9 * tiny, tiny / 2}, {tiny, 4 * tiny},
+                 {0, large / 999}, {-large, large / 99}};
+    for (const auto &[x0, h] : grids)
+        for (const std::size_t nx : {2u, 3u, 9u, 16u, 42u, 203u})
+            for (const int ulps : {0, 3}) {
+                SCOPED_TRACE("from " + std::to_string(x0) + ", nx " + std::to_string(nx));
+                std::vector<T> x(nx);
+                for (std::size_t i = 0; i < nx; ++i) {
+                    x[i] = x0 + T(i) * h;
+                    for (int k = static_cast<int>(random() % 4); k < ulps; ++k)
+                        x[i] = std::nextafter(x[i], random() % 2 ? infinity : -infinity);
+                }
+                std::sort(x.begin(), x.end());
+                expect_even_cells(x, x0, h);
+                if (this->HasFatalFailure())
+                    return;
+            }
+    // Small and large displacements, of every breakpoint in turn.
+    const T x0 = -2, h = T(0.25);
+    for (const T displaced : {T(0.01), T(0.06), T(0.0625), T(0.07), T(0.5), T(0.99)})
+        for (std::size_t i = 0; i < 45; ++i) {
+            SCOPED_TRACE("breakpoint " + std::to_string(i) + " by " + std::to_string(displaced));
+            std::vector<T> x(45);
+            for (std::size_t k = 0; k < x.size(); ++k)
+                x[k] = x0 + T(k) * h;
+            x[i] += (random() % 2 ? displaced : -displaced) * h;
+            expect_even_cells(x, x0, h);
+            if (this->HasFatalFailure())
+                return;
+        }
+}
+
 // Searches long enough for the bin table, whose breakpoints may have changed under it.
 TYPED_TEST(CellSearch, BinTableNeverMisleads) {
     using T = TypeParam;
