@@ -6,165 +6,223 @@
 //
 //     b(i) := alpha * sum of L(i, k) b(k) over k in ascending order.
 //
-// Columns of B are taken a group of lanes at a time. A group is worked on in tiles of rows, turned so
-// that lanes lie side by side in memory. Rows of a lower triangle are done from the last to the first and
-// rows of an upper one from the first to the last: what a row still needs has then not been overwritten.
-// The order of the sum depends neither on the tiles nor on the storage of A, so that every form of
-// the same product gives the same bits.
+// Columns of B are lanes: they are turned into tiles of rows in which lanes lie side by side, some groups of
+// lanes at a time, so that what has to be copied of A is copied once for them all. A row's sums stay in
+// registers while the coefficients of a tile run past; few columns take more rows at once instead. Rows of a
+// lower triangle are done from the last tile to the first and rows of an upper one from the first to the
+// last: what a row still needs has then not been overwritten.
+// The order of the sum depends neither on the tiles nor on the storage of A, so that every form of the same
+// product gives the same bits, and a column the same bits whatever its neighbours.
 
 #include "core/arguments.h"
 #include "core_interface/core.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace qor::core {
 namespace {
 
-constexpr std::int64_t tile_rows = 64;
+using Index = std::int64_t;
 
-// Four 16-byte vectors of T: the columns of B worked on together.
-template <typename T> struct Group {
-    typedef T Vector __attribute__((vector_size(16)));
-    static constexpr std::int64_t vectors = 4;
-    static constexpr std::int64_t lanes = vectors * static_cast<std::int64_t>(sizeof(Vector) / sizeof(T));
-};
+constexpr Index tile_rows = 64;
+constexpr Index most_groups = 4; // of lanes, worked on together
+
+template <typename T> struct VectorOf { typedef T Type __attribute__((vector_size(16))); };
+template <typename T> using Vector = typename VectorOf<T>::Type;
+
+// The lanes of a group, and of one of its vectors.
+template <typename T> constexpr Index vector_lanes = Index{16 / sizeof(T)};
+template <typename T> constexpr Index group_lanes = 4 * vector_lanes<T>;
 
 // A tile of rows of one group, lanes side by side.
-template <typename T> struct alignas(16) Tile { T row[tile_rows][Group<T>::lanes]; };
+template <typename T> struct alignas(16) Tile { T row[tile_rows][group_lanes<T>]; };
 
-// Element (i, j) of a triangle stored in a full array.
+// A triangle stored in a full array: element (i, j) is column(j)[i].
 template <typename T> struct FullTriangle {
     const T *a;
-    std::int64_t lda;
+    Index lda;
 
-    T operator()(std::int64_t i, std::int64_t j) const { return a[i + j * lda]; }
+    const T *column(Index j) const { return a + j * lda; }
 };
 
-// Element (i, j) of a triangle packed by columns: column j begins after the columns before it.
+// A triangle packed by columns: the elements of a column follow those of the columns before it.
 template <typename T> struct PackedTriangle {
     const T *a;
-    std::int64_t order;
+    Index order;
     bool upper;
 
-    T operator()(std::int64_t i, std::int64_t j) const {
-        return a[upper ? i + j * (j + 1) / 2 : i + j * (2 * order - j - 1) / 2];
-    }
+    const T *column(Index j) const { return a + (upper ? j * (j + 1) / 2 : j * (2 * order - j - 1) / 2); }
 };
 
 // A matrix seen through two strides.
 template <typename T> struct View {
     T *first;
-    std::int64_t row_stride;
-    std::int64_t column_stride;
+    Index row_stride;
+    Index column_stride;
 
-    T &operator()(std::int64_t i, std::int64_t j) const { return first[i * row_stride + j * column_stride]; }
+    T &operator()(Index i, Index j) const { return first[i * row_stride + j * column_stride]; }
 };
 
 struct Shape {
-    std::int64_t order;   // of A, and rows of B as the loop sees it
-    std::int64_t columns; // of B as the loop sees it
-    bool lower;           // op(A) as the loop sees it
-    bool transposed;      // op(A)(i, k) is A(k, i)
+    Index order;     // of A, and rows of B as the loop sees it
+    Index columns;   // of B as the loop sees it
+    bool lower;      // op(A) as the loop sees it
+    bool transposed; // op(A)(i, k) is A(k, i)
     bool unit;
 };
 
-// sum += coefficients[0 .. count) * rows[0 .. count), in every lane.
-template <typename T>
-void add_products(T *sum, const T *coefficients, const T (*rows)[Group<T>::lanes], std::int64_t count) {
-    using Vector = typename Group<T>::Vector;
-    Vector *const sums = reinterpret_cast<Vector *>(sum);
-    Vector s0 = sums[0], s1 = sums[1], s2 = sums[2], s3 = sums[3];
-    for (std::int64_t k = 0; k < count; ++k) {
-        const Vector *const x = reinterpret_cast<const Vector *>(rows[k]);
-        const T c = coefficients[k];
-        s0 += c * x[0];
-        s1 += c * x[1];
-        s2 += c * x[2];
-        s3 += c * x[3];
+// sum[r] += coefficients[r][k] * rows[k] for k = begin .. end - 1, in the lanes of the first `vectors`
+// vectors.
+template <typename T, std::size_t vectors, std::size_t many>
+void add_products(T (*sum)[group_lanes<T>], const T *const *coefficients, const T (*rows)[group_lanes<T>],
+                  Index begin, Index end) {
+    Vector<T> s[many][vectors];
+    const T *c[many];
+    for (std::size_t r = 0; r < many; ++r) {
+        c[r] = coefficients[r];
+        for (std::size_t v = 0; v < vectors; ++v)
+            s[r][v] = reinterpret_cast<const Vector<T> *>(sum[r])[v];
     }
-    sums[0] = s0;
-    sums[1] = s1;
-    sums[2] = s2;
-    sums[3] = s3;
+    for (Index k = begin; k < end; ++k) {
+        const Vector<T> *const x = reinterpret_cast<const Vector<T> *>(rows[k]);
+        for (std::size_t r = 0; r < many; ++r)
+            for (std::size_t v = 0; v < vectors; ++v)
+                s[r][v] += c[r][k] * x[v];
+    }
+    for (std::size_t r = 0; r < many; ++r)
+        for (std::size_t v = 0; v < vectors; ++v)
+            reinterpret_cast<Vector<T> *>(sum[r])[v] = s[r][v];
+}
+
+// The part of a triangle that two tiles share: rows of op(A) against rows of B. Where the tiles are the same
+// rows, a row of op(A) begins or ends at the diagonal.
+template <typename T> struct Part {
+    const T *row[tile_rows]; // coefficients
+    Index rows, count;
+    bool diagonal, lower;
+
+    Index begin(Index i) const { return diagonal && !lower ? i : 0; }
+    Index end(Index i) const { return diagonal && lower ? i + 1 : count; }
+};
+
+template <typename T, std::size_t vectors>
+void add_part(Tile<T> &sums, const Part<T> &part, const Tile<T> &source) {
+    constexpr Index many = vectors > 2 ? 2 : 4; // rows: what the registers hold
+    Index i = 0;
+    for (; part.rows - i >= many; i += many) {
+        // The rows have the middle in common; on the diagonal each has its own head or tail.
+        const Index begin = part.begin(i + many - 1), end = part.end(i);
+        for (Index r = i; r < i + many; ++r)
+            if (part.begin(r) < begin)
+                add_products<T, vectors, 1>(sums.row + r, part.row + r, source.row, part.begin(r), begin);
+        add_products<T, vectors, many>(sums.row + i, part.row + i, source.row, begin, end);
+        for (Index r = i; r < i + many; ++r)
+            if (end < part.end(r))
+                add_products<T, vectors, 1>(sums.row + r, part.row + r, source.row, end, part.end(r));
+    }
+    for (; i < part.rows; ++i)
+        add_products<T, vectors, 1>(sums.row + i, part.row + i, source.row, part.begin(i), part.end(i));
 }
 
 // Lanes without a column repeat the last column, so that they raise no floating-point flag of their own.
-template <typename T> void load_tile(Tile<T> &tile, const View<T> &b, std::int64_t rows, std::int64_t used) {
-    for (std::int64_t lane = 0; lane < Group<T>::lanes; ++lane) {
-        const std::int64_t column = lane < used ? lane : used - 1;
-        for (std::int64_t i = 0; i < rows; ++i)
-            tile.row[i][lane] = b(i, column);
-    }
+template <typename T> void load_tile(Tile<T> &tile, const View<T> &b, Index rows, Index used) {
+    const T *column[group_lanes<T>];
+    for (Index lane = 0; lane < group_lanes<T>; ++lane)
+        column[lane] = &b(0, lane < used ? lane : used - 1);
+    for (Index i = 0; i < rows; ++i)
+        for (Index lane = 0; lane < group_lanes<T>; ++lane)
+            tile.row[i][lane] = column[lane][i * b.row_stride];
 }
 
 template <typename T>
-void store_tile(const Tile<T> &tile, const View<T> &b, std::int64_t rows, std::int64_t used, T alpha) {
-    for (std::int64_t lane = 0; lane < used; ++lane) {
-        for (std::int64_t i = 0; i < rows; ++i)
-            b(i, lane) = alpha * tile.row[i][lane];
+void store_tile(const Tile<T> &tile, const View<T> &b, Index rows, Index used, T alpha) {
+    for (Index lane = 0; lane < used; ++lane) {
+        T *const column = &b(0, lane);
+        for (Index i = 0; i < rows; ++i)
+            column[i * b.row_stride] = alpha * tile.row[i][lane];
     }
 }
 
-// Adds the products of tile `source` of B, whose first row is `first_k`, to the rows from `first_i` on.
-// `diagonal` says that the two tiles are the same rows, where op(A) has only a part of each row.
+// Rows of op(A) that do not lie in memory as the loop wants them; the padding spreads columns over the cache.
+template <typename T> struct Coefficients { T row[tile_rows][tile_rows + 64 / sizeof(T)]; };
+
+// Rows from first_i on against rows of B from first_k on.
 template <typename T, typename Triangle>
-void add_tile(Tile<T> &sums, const Tile<T> &source, const Triangle &a, const Shape &shape,
-              std::int64_t first_i, std::int64_t rows, std::int64_t first_k, std::int64_t count) {
-    const bool diagonal = first_i == first_k;
-    T coefficients[tile_rows];
-    for (std::int64_t i = 0; i < rows; ++i) {
-        const std::int64_t begin = diagonal && !shape.lower ? i : 0;
-        const std::int64_t end = diagonal && shape.lower ? i + 1 : count;
-        const bool skip = diagonal && shape.unit;
-        const std::int64_t read_begin = skip && !shape.lower ? begin + 1 : begin;
-        const std::int64_t read_end = skip && shape.lower ? end - 1 : end;
-        if (shape.transposed) {
-            for (std::int64_t k = read_begin; k < read_end; ++k)
-                coefficients[k] = a(first_k + k, first_i + i);
-        } else {
-            for (std::int64_t k = read_begin; k < read_end; ++k)
-                coefficients[k] = a(first_i + i, first_k + k);
-        }
-        if (skip)
-            coefficients[i] = 1;
-        add_products<T>(sums.row[i], coefficients + begin, source.row + begin, end - begin);
+void find_part(Part<T> &part, Coefficients<T> &copy, const Triangle &a, const Shape &shape, Index first_i,
+               Index first_k) {
+    const bool own_diagonal = part.diagonal && shape.unit; // whatever A holds there
+    if (shape.transposed && !own_diagonal) {
+        for (Index i = 0; i < part.rows; ++i)
+            part.row[i] = a.column(first_i + i) + first_k;
+        return;
+    }
+    for (Index i = 0; i < part.rows; ++i)
+        part.row[i] = copy.row[i];
+    // By the columns of A, in which elements follow one another: rows of op(A), where A is transposed.
+    const Index columns = shape.transposed ? part.rows : part.count;
+    const Index length = shape.transposed ? part.count : part.rows;
+    const bool from_diagonal = shape.lower != shape.transposed; // columns begin there; else they end there
+    for (Index j = 0; j < columns; ++j) {
+        const T *const column =
+            a.column((shape.transposed ? first_i : first_k) + j) + (shape.transposed ? first_k : first_i);
+        const Index begin = part.diagonal && from_diagonal ? j + own_diagonal : 0;
+        const Index end = part.diagonal && !from_diagonal ? j + 1 - own_diagonal : length;
+        if (shape.transposed)
+            for (Index l = begin; l < end; ++l)
+                copy.row[j][l] = column[l];
+        else
+            for (Index l = begin; l < end; ++l)
+                copy.row[l][j] = column[l];
+        if (own_diagonal)
+            copy.row[j][j] = 1;
     }
 }
 
+// Columns of B, at most most_groups groups of them.
 template <typename T, typename Triangle>
-void multiply_group(const Triangle &a, const Shape &shape, T alpha, const View<T> &b, std::int64_t used) {
-    Tile<T> source, sums;
-    const std::int64_t tiles = (shape.order + tile_rows - 1) / tile_rows;
-    const auto rows_of = [&shape](std::int64_t first) {
-        return shape.order - first < tile_rows ? shape.order - first : tile_rows;
+void multiply_groups(const Triangle &a, const Shape &shape, T alpha, const View<T> &b, Index columns) {
+    Tile<T> source[most_groups], sums[most_groups];
+    Coefficients<T> copy;
+    Part<T> part;
+    part.lower = shape.lower;
+    constexpr decltype(&add_part<T, 1>) add_by_vectors[] = {add_part<T, 1>, add_part<T, 2>, add_part<T, 3>,
+                                                            add_part<T, 4>};
+    const Index groups = (columns + group_lanes<T> - 1) / group_lanes<T>;
+    const Index tiles = (shape.order + tile_rows - 1) / tile_rows;
+    const auto rows_of = [&shape](Index tile) { return std::min(shape.order - tile * tile_rows, tile_rows); };
+    const auto used = [columns](Index g) { return std::min(columns - g * group_lanes<T>, group_lanes<T>); };
+    const auto view = [&b](Index tile, Index g) {
+        return View<T>{&b(tile * tile_rows, g * group_lanes<T>), b.row_stride, b.column_stride};
     };
-    for (std::int64_t step = 0; step < tiles; ++step) {
-        const std::int64_t target = shape.lower ? tiles - 1 - step : step;
-        const std::int64_t first_i = target * tile_rows;
-        const std::int64_t rows = rows_of(first_i);
-        for (std::int64_t i = 0; i < rows; ++i) {
-            // Minus zero is the neutral element of the sum: it keeps the sign of a zero.
-            for (T &sum : sums.row[i])
-                sum = static_cast<T>(-0.0);
+    for (Index step = 0; step < tiles; ++step) {
+        const Index target = shape.lower ? tiles - 1 - step : step;
+        part.rows = rows_of(target);
+        // Minus zero is the neutral element of the sum: it keeps the sign of a zero.
+        for (Index g = 0; g < groups; ++g)
+            std::fill_n(sums[g].row[0], part.rows * group_lanes<T>, static_cast<T>(-0.0));
+        const Index last = shape.lower ? target : tiles - 1;
+        for (Index t = shape.lower ? 0 : target; t <= last; ++t) {
+            part.count = rows_of(t);
+            part.diagonal = t == target;
+            find_part(part, copy, a, shape, target * tile_rows, t * tile_rows);
+            for (Index g = 0; g < groups; ++g) {
+                load_tile(source[g], view(t, g), part.count, used(g));
+                add_by_vectors[(used(g) - 1) / vector_lanes<T>](sums[g], part, source[g]);
+            }
         }
-        const std::int64_t last_source = shape.lower ? target : tiles - 1;
-        for (std::int64_t t = shape.lower ? 0 : target; t <= last_source; ++t) {
-            const std::int64_t first_k = t * tile_rows;
-            const std::int64_t count = rows_of(first_k);
-            load_tile(source, {&b(first_k, 0), b.row_stride, b.column_stride}, count, used);
-            add_tile(sums, source, a, shape, first_i, rows, first_k, count);
-        }
-        store_tile(sums, {&b(first_i, 0), b.row_stride, b.column_stride}, rows, used, alpha);
+        for (Index g = 0; g < groups; ++g)
+            store_tile(sums[g], view(target, g), part.rows, used(g), alpha);
     }
 }
 
 template <typename T, typename Triangle>
 void multiply(const Triangle &a, const Shape &shape, T alpha, const View<T> &b) {
-    for (std::int64_t first = 0; first < shape.columns; first += Group<T>::lanes) {
-        const std::int64_t left = shape.columns - first;
-        const std::int64_t used = left < Group<T>::lanes ? left : Group<T>::lanes;
-        multiply_group(a, shape, alpha, {&b(0, first), b.row_stride, b.column_stride}, used);
-    }
+    constexpr Index most = most_groups * group_lanes<T>;
+    for (Index first = 0; first < shape.columns; first += most)
+        multiply_groups(a, shape, alpha, {&b(0, first), b.row_stride, b.column_stride},
+                        std::min(shape.columns - first, most));
 }
 
 // The options of a call, read from its letters.

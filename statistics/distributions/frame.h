@@ -89,11 +89,12 @@ template <class T, class Work> void in_pieces(std::int32_t n, T *r, const Work &
 
 // r = r beta + a, not below a where `accurate` asks for it.
 template <class T> void scale_and_shift(std::int32_t n, T *r, T beta, T a, bool accurate = false) {
-    for (std::int32_t i = 0; i < n; ++i)
-        r[i] = r[i] * beta + a;
     if (accurate)
         for (std::int32_t i = 0; i < n; ++i)
-            r[i] = std::max(a, r[i]);
+            r[i] = std::max(a, r[i] * beta + a);
+    else
+        for (std::int32_t i = 0; i < n; ++i)
+            r[i] = r[i] * beta + a;
 }
 
 } // namespace qor::bex

@@ -95,6 +95,10 @@ inline __m128 two_to_floats(__m128i words) {
     return _mm_cvtpd_ps(two_to_doubles(_mm_or_si128(_mm_xor_si128(words, rest), sticky)));
 }
 
+inline bool is_power_of_two(double x, double least, double most) {
+    return x >= least && x <= most && std::bit_cast<std::uint64_t>(x) << 12 == 0;
+}
+
 // Sinks ------------------------------------------------------------------------------------------
 
 template <class Word> struct IntegerSink {
@@ -118,6 +122,7 @@ template <class Generator> class DoubleSink {
 
   public:
     DoubleSink(double *r, double a, double b) : r_(r), a_(a), s_((b - a) * Generator::scale) {}
+    double scale() const { return s_; }
 
     void put(std::size_t i, __m128i words) const {
         if constexpr (sizeof(Word) == 4) {
@@ -148,6 +153,7 @@ template <class Generator> class FloatSink {
     FloatSink(float *r, float a, float b)
         : r_(r), a_(a), s_(static_cast<float>((double{b} - double{a}) * Generator::scale)),
           largest_(a < b ? lower_neighbour(b) : std::numeric_limits<float>::infinity()) {}
+    float scale() const { return s_; }
 
     void put(std::size_t i, __m128i words) const {
         if constexpr (sizeof(Word) == 4)
@@ -167,12 +173,96 @@ template <class Generator> class FloatSink {
     }
 };
 
+// The same where s is a power of two, which makes x s exact: a word becomes the low bits of a number whose
+// last place is s, and one subtraction takes away what is too much. For words of 32 bits.
+class BinaryDoubleSink {
+    double *r_;
+    double a_, s_;
+    double origin_ = 0; // of words
+    double zero_ = 0;   // what becomes of a word to give 0
+    bool holds_ = false;
+
+  public:
+    BinaryDoubleSink(double *r, double a, double s) : r_(r), a_(a), s_(s) {
+        if (!is_power_of_two(s, 0x1p-1022, 0x1p970))
+            return;
+        origin_ = 0x1p52 * s;
+        if (a < -origin_ || a > origin_)
+            return;
+        zero_ = origin_ - a;
+        holds_ = origin_ - zero_ == a;
+    }
+
+    // Whether s is as said, and the origins are exact.
+    bool holds() const { return holds_; }
+
+    void put(std::size_t i, __m128i words) const {
+        const auto top = static_cast<int>(std::bit_cast<std::uint64_t>(origin_) >> 32);
+        const __m128i tops = _mm_set1_epi32(top);
+        const __m128d zero = _mm_set1_pd(zero_);
+        _mm_storeu_pd(r_ + i, _mm_sub_pd(_mm_castsi128_pd(_mm_unpacklo_epi32(words, tops)), zero));
+        _mm_storeu_pd(r_ + i + 2, _mm_sub_pd(_mm_castsi128_pd(_mm_unpackhi_epi32(words, tops)), zero));
+    }
+    void put_one(std::size_t i, std::uint32_t word) const { r_[i] = a_ + static_cast<double>(word) * s_; }
+};
+
+// Halves of 16 bits become the low bits of two floats; the sum of the floats rounds. a = 0 need not be added.
+template <bool from_zero> class BinaryFloatSink {
+    float *r_;
+    float a_, s_;
+    float low_origin_ = 0, high_origin_ = 0;
+    bool holds_;
+
+  public:
+    BinaryFloatSink(float *r, float a, float s)
+        : r_(r), a_(a), s_(s), holds_(is_power_of_two(s, 0x1p-126, 0x1p88) && (!from_zero || a == 0)) {
+        if (!holds_)
+            return;
+        low_origin_ = 0x1p23F * s;
+        high_origin_ = 0x1p39F * s;
+    }
+
+    bool holds() const { return holds_; }
+
+    void put(std::size_t i, __m128i words) const {
+        const __m128i low_half = _mm_and_si128(words, _mm_set1_epi32(0xFFFF));
+        const __m128i low = _mm_or_si128(low_half, _mm_set1_epi32(std::bit_cast<int>(low_origin_)));
+        const __m128i high =
+            _mm_or_si128(_mm_srli_epi32(words, 16), _mm_set1_epi32(std::bit_cast<int>(high_origin_)));
+        const __m128 rest = _mm_sub_ps(_mm_castsi128_ps(high), _mm_set1_ps(high_origin_ + low_origin_));
+        const __m128 x = _mm_add_ps(rest, _mm_castsi128_ps(low));
+        _mm_storeu_ps(r_ + i, from_zero ? x : _mm_add_ps(_mm_set1_ps(a_), x));
+    }
+    void put_one(std::size_t i, std::uint32_t word) const { r_[i] = a_ + static_cast<float>(word) * s_; }
+};
+
 // Entries ----------------------------------------------------------------------------------------
 
 template <class Generator, class Sink> std::int32_t draw(void *stream, std::int32_t n, const Sink &sink) {
     if (n > 0)
         Generator::generate(state_of<typename Generator::State>(stream), static_cast<std::size_t>(n), sink);
     return status_ok;
+}
+
+template <class Generator>
+std::int32_t draw_uniform(void *stream, std::int32_t n, double *r, double a, double b) {
+    const DoubleSink<Generator> sink(r, a, b);
+    if constexpr (Generator::bits == 32)
+        if (const BinaryDoubleSink binary(r, a, sink.scale()); binary.holds())
+            return draw<Generator>(stream, n, binary);
+    return draw<Generator>(stream, n, sink);
+}
+
+template <class Generator>
+std::int32_t draw_uniform(void *stream, std::int32_t n, float *r, float a, float b) {
+    const FloatSink<Generator> sink(r, a, b);
+    if constexpr (Generator::bits == 32) {
+        if (const BinaryFloatSink<true> binary(r, a, sink.scale()); binary.holds())
+            return draw<Generator>(stream, n, binary);
+        if (const BinaryFloatSink<false> binary(r, a, sink.scale()); binary.holds())
+            return draw<Generator>(stream, n, binary);
+    }
+    return draw<Generator>(stream, n, sink);
 }
 
 } // namespace qor::bex
@@ -188,8 +278,8 @@ template <class Generator, class Sink> std::int32_t draw(void *stream, std::int3
         return qor::bex::draw<Generator>(stream, n, qor::bex::IntegerSink<Word>{static_cast<Word *>(r)});    \
     }                                                                                                        \
     extern "C" std::int32_t __bexdBRng##NAME(void *stream, std::int32_t n, double *r, double a, double b) {  \
-        return qor::bex::draw<Generator>(stream, n, qor::bex::DoubleSink<Generator>(r, a, b));               \
+        return qor::bex::draw_uniform<Generator>(stream, n, r, a, b);                                        \
     }                                                                                                        \
     extern "C" std::int32_t __bexsBRng##NAME(void *stream, std::int32_t n, float *r, float a, float b) {     \
-        return qor::bex::draw<Generator>(stream, n, qor::bex::FloatSink<Generator>(r, a, b));                \
+        return qor::bex::draw_uniform<Generator>(stream, n, r, a, b);                                        \
     }

@@ -41,34 +41,76 @@ __m128i twist(__m128i oldest, __m128i following, __m128i partner) {
                          _mm_and_si128(odd, broadcast(0x9908B0DF)));
 }
 
-__m128i temper(__m128i y) {
-    y = _mm_xor_si128(y, _mm_srli_epi32(y, 11));
-    y = _mm_xor_si128(y, _mm_and_si128(_mm_slli_epi32(y, 7), broadcast(0x9D2C5680)));
-    y = _mm_xor_si128(y, _mm_and_si128(_mm_slli_epi32(y, 15), broadcast(0xEFC60000)));
-    return _mm_xor_si128(y, _mm_srli_epi32(y, 18));
+// Words in several registers. A step is done to all of them before the next one, so that none waits for its
+// predecessor's result.
+template <std::size_t many> struct Several {
+    __m128i v[many];
+
+    template <class Step> [[gnu::always_inline]] Several then(Step step) const {
+        Several result;
+        for (std::size_t j = 0; j < many; ++j)
+            result.v[j] = step(v[j]);
+        return result;
+    }
+};
+using One = Several<1>;
+constexpr int batch = 4, batch_words = 4 * batch;
+
+template <std::size_t many> [[gnu::always_inline]] inline Several<many> load_several(const Word *words) {
+    Several<many> result;
+    for (std::size_t j = 0; j < many; ++j)
+        result.v[j] = load(words + 4 * j);
+    return result;
 }
 
-// The next 624 words in place of w; take(k, v) is given each four of them, untempered.
+template <std::size_t many> [[gnu::always_inline]] inline Several<many> temper(Several<many> y) {
+    return y.then([](__m128i x) { return _mm_xor_si128(x, _mm_srli_epi32(x, 11)); })
+        .then([](__m128i x) {
+            return _mm_xor_si128(x, _mm_and_si128(_mm_slli_epi32(x, 7), broadcast(0x9D2C5680)));
+        })
+        .then([](__m128i x) {
+            return _mm_xor_si128(x, _mm_and_si128(_mm_slli_epi32(x, 15), broadcast(0xEFC60000)));
+        })
+        .then([](__m128i x) { return _mm_xor_si128(x, _mm_srli_epi32(x, 18)); });
+}
+
+template <std::size_t many, class Sink>
+[[gnu::always_inline]] inline void put_tempered(std::size_t i, Several<many> words, const Sink &sink) {
+    words = temper(words);
+    for (std::size_t j = 0; j < many; ++j)
+        sink.put(i + 4 * j, words.v[j]);
+}
+
+// The next words in place of w[0], w[1], ...
+template <std::size_t many>
+[[gnu::always_inline]] inline Several<many> renew(Word *w, Several<many> following, Several<many> partner) {
+    Several<many> fresh;
+    for (std::size_t j = 0; j < many; ++j)
+        fresh.v[j] = twist(load(w + 4 * j), following.v[j], partner.v[j]);
+    for (std::size_t j = 0; j < many; ++j)
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(w + 4 * j), fresh.v[j]);
+    return fresh;
+}
+
+// The next 624 words in place of w; take(k, words) is given them as they come, untempered.
 template <class Take> void regenerate(Word *w, Take take) {
-    const auto renew = [=](int k, __m128i following, __m128i partner) {
-        const __m128i fresh = twist(load(w + k), following, partner);
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(w + k), fresh);
-        take(k, fresh);
-    };
     constexpr int last_whole = (length - middle) / 4 * 4; // from here on partners are new words
-    for (int k = 0; k < last_whole; k += 4)
-        renew(k, load(w + k + 1), load(w + k + middle));
+    static_assert(last_whole % batch_words == 0 && last_whole + middle == length - 3);
+    for (int k = 0; k < last_whole; k += batch_words)
+        take(k, renew(w + k, load_several<batch>(w + k + 1), load_several<batch>(w + k + middle)));
     // Old 621 .. 623 and the new 0: partners of 224 .. 227, and what follows 620 .. 623.
-    const __m128i wrapped = _mm_or_si128(_mm_srli_si128(load(w + length - 4), 4),
-                                         _mm_slli_si128(_mm_cvtsi32_si128(static_cast<int>(w[0])), 12));
-    static_assert(last_whole + middle == length - 3);
-    renew(last_whole, load(w + last_whole + 1), wrapped);
-    for (int k = last_whole + 4; k < length - 4; k += 4)
-        renew(k, load(w + k + 1), load(w + k + middle - length));
-    renew(length - 4, wrapped, load(w + middle - 4));
+    const One wrapped{_mm_or_si128(_mm_srli_si128(load(w + length - 4), 4),
+                                   _mm_slli_si128(_mm_cvtsi32_si128(static_cast<int>(w[0])), 12))};
+    int k = last_whole;
+    take(k, renew(w + k, load_several<1>(w + k + 1), wrapped));
+    for (k += 4; k <= length - 4 - batch_words; k += batch_words)
+        take(k, renew(w + k, load_several<batch>(w + k + 1), load_several<batch>(w + k + middle - length)));
+    for (; k < length - 4; k += 4)
+        take(k, renew(w + k, load_several<1>(w + k + 1), load_several<1>(w + k + middle - length)));
+    take(k, renew(w + k, wrapped, load_several<1>(w + middle - 4)));
 }
 
-constexpr auto discard = [](int, __m128i) {};
+constexpr auto discard = [](int, const auto &) {};
 
 // An image from elsewhere may have brought any `next`.
 int position(const State &state) {
@@ -230,8 +272,9 @@ struct Mt19937 {
         while (i < n) {
             if (next == length) {
                 if (n - i >= length) {
-                    regenerate(w,
-                               [&](int k, __m128i v) { sink.put(i + static_cast<unsigned>(k), temper(v)); });
+                    regenerate(w, [&](int k, const auto &words) {
+                        put_tempered(i + static_cast<unsigned>(k), words, sink);
+                    });
                     i += length;
                     continue;
                 }
@@ -240,11 +283,13 @@ struct Mt19937 {
             }
             const int end =
                 static_cast<int>(std::min<std::size_t>(length, static_cast<unsigned>(next) + n - i));
+            for (; next <= end - batch_words; next += batch_words, i += batch_words)
+                put_tempered(i, load_several<batch>(w + next), sink);
             for (; next <= end - 4; next += 4, i += 4)
-                sink.put(i, temper(load(w + next)));
+                put_tempered(i, load_several<1>(w + next), sink);
             for (; next < end; ++next, ++i) {
-                const __m128i y = temper(_mm_cvtsi32_si128(static_cast<int>(w[next])));
-                sink.put_one(i, static_cast<Word>(_mm_cvtsi128_si32(y)));
+                const One y = temper(One{_mm_cvtsi32_si128(static_cast<int>(w[next]))});
+                sink.put_one(i, static_cast<Word>(_mm_cvtsi128_si32(y.v[0])));
             }
         }
         state.next = next;
