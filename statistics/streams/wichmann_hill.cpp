@@ -4,11 +4,12 @@
 // (1982); N. M. Maclaren, "The generation of multiple independent sequences of pseudorandom numbers", Appl.
 // Statist. 38 (1989), for sets of such generators.
 //
-// The set has 273 members of four components. No modulus appears twice in the set: all are primes just below
-// 2^24, the multipliers primitive roots between 112 and 127. The (m - 1)/2 of a member are coprime in pairs,
-// so that its period is the product of its m - 1 divided by 8, about 2^93. But for the first two and the
-// last, members are in the order of their spectral figure in two to six dimensions, best first.
-// tools/wichmann_hill_members.py makes them.
+// The set has 273 members of four components, pairs of a modulus and a multiplier that are all different.
+// Moduli are primes from 16766231 to 16770647, multipliers primitive roots between 112 and 127; two members
+// have at most one modulus in common. The (m - 1)/2 of a member are coprime in pairs, or but for a 2 that two
+// of them share: its period is the product of its m - 1 divided by 8, or by 16 in 100 members, about 2^93 or
+// 2^92. But for the first two and the last, members are in the order of their spectral figure in two to six
+// dimensions, best first. tools/wichmann_hill_members.py makes them.
 //
 // Components are stepped as doubles. With x, a < m < 2^24 the products x a and q m are exact. The quotient x
 // a / m is no integer unless it is 0 (m is prime), so it is 2^-24 or more away from one, while its computed

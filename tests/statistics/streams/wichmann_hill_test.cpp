@@ -1,4 +1,5 @@
-// The Wichmann-Hill set: what its table promises, and its sequences beside plain remainders.
+// The Wichmann-Hill set: what its table promises, and its sequences beside plain remainders. The figures
+// noted in the table and the order of its rows are checked by tools/wichmann_hill_members.py.
 #include "statistics/streams/wichmann_hill_members.h"
 #include "tests/statistics/streams/generator_entries.h"
 
@@ -69,17 +70,25 @@ bool has_full_order(u32 a, u32 m) {
 }
 
 TEST(WichmannHill, Table) {
-    std::set<u32> moduli;
-    for (const auto &member : wichmann_hill_members)
+    std::set<std::pair<u32, u32>> components, together;
+    std::size_t losing = 0;
+    for (const auto &[m, a] : wichmann_hill_members) {
+        u64 loss = 1; // to the period, of factors the (m - 1)/2 have in common
         for (std::size_t c = 0; c < 4; ++c) {
-            const u32 m = member.moduli[c];
-            EXPECT_TRUE(moduli.insert(m).second) << m << " twice";
-            EXPECT_TRUE(m > 16700000 && m < 1 << 24) << m;
-            EXPECT_TRUE(member.multipliers[c] >= 112 && member.multipliers[c] <= 127) << m;
-            EXPECT_TRUE(has_full_order(member.multipliers[c], m)) << m;
-            for (std::size_t other = 0; other < c; ++other)
-                EXPECT_EQ(std::gcd((m - 1) / 2, (member.moduli[other] - 1) / 2), 1u) << m;
+            EXPECT_TRUE(components.insert({m[c], a[c]}).second) << m[c] << " twice with " << u32{a[c]};
+            EXPECT_TRUE(m[c] >= 16766231 && m[c] <= 16770647) << m[c];
+            EXPECT_TRUE(a[c] >= 112 && a[c] <= 127) << m[c];
+            EXPECT_TRUE(has_full_order(a[c], m[c])) << m[c];
+            for (std::size_t other = 0; other < c; ++other) {
+                EXPECT_LT(m[c], m[other]);
+                EXPECT_TRUE(together.insert({m[c], m[other]}).second) << m[c] << " twice with " << m[other];
+                loss *= std::gcd((m[c] - 1) / 2, (m[other] - 1) / 2);
+            }
         }
+        EXPECT_LE(loss, 2u) << m[0] << ' ' << m[1] << ' ' << m[2] << ' ' << m[3];
+        losing += loss == 2;
+    }
+    EXPECT_EQ(losing, 100u);
     const struct {
         std::size_t row;
         Words moduli, multipliers;
@@ -151,23 +160,46 @@ TEST(WichmannHill, EveryProductIsExact) {
 }
 
 TEST(WichmannHill, LeapfrogStreamsInterleaveToTheSequence) {
-    const auto &m = wichmann_hill_members[5].moduli;
-    const Record start = wh().seeded({11, 22, 33, 44}, first_id + 5);
-    const Words all = model(m, start, 1200);
-    for (std::int32_t streams : {1, 2, 3, 40})
-        for (u32 k = 0; k < static_cast<u32>(streams); ++k) {
-            Record own = start;
-            ASSERT_EQ(wh().init(qor::bex::leapfrog, &own, streams, &k), 0);
-            ASSERT_TRUE(streams != 1 || own == start);
-            check(m, own, 9);
-            const Record before = own;
-            const int n = 1200 / streams;
-            const Words words = wh().draw(own, n);
-            for (std::size_t i = 0; i < words.size(); ++i)
-                ASSERT_EQ(words[i], all[(i / 4 * static_cast<std::size_t>(streams) + k) * 4 + i % 4])
-                    << streams;
-            ASSERT_EQ(wh().skipped(before, static_cast<u64>(n)), own);
+    for (u32 member : {0u, 1u, 5u, 271u})
+        for (std::int32_t streams : {1, 2, 3, 40}) {
+            const auto &m = wichmann_hill_members[member].moduli;
+            const Record start = wh().seeded({11, 22, 33, 44}, first_id + member);
+            const Words all = model(m, start, 1200);
+            for (u32 k = 0; k < static_cast<u32>(streams); ++k) {
+                Record own = start;
+                ASSERT_EQ(wh().init(qor::bex::leapfrog, &own, streams, &k), 0);
+                ASSERT_TRUE(streams != 1 || own == start);
+                check(m, own, 9);
+                const Record before = own;
+                const int n = 1200 / streams;
+                const Words words = wh().draw(own, n);
+                for (std::size_t i = 0; i < words.size(); ++i)
+                    ASSERT_EQ(words[i], all[(i / 4 * static_cast<std::size_t>(streams) + k) * 4 + i % 4])
+                        << streams;
+                ASSERT_EQ(wh().skipped(before, static_cast<u64>(n)), own);
+            }
         }
+}
+
+// The millionth element of the seed 1, 2, 3, 4, worked out apart.
+TEST(WichmannHill, KnownAnswers) {
+    const struct {
+        u32 member;
+        Words words;
+        double number;
+    } cases[] = {
+        {0, {9573965, 13418437, 15753105, 1833105}, 0.41962286985422326},
+        {272, {3138620, 16417574, 11066380, 13002543}, 0.60195052717702968},
+    };
+    for (const auto &[member, words, number] : cases) {
+        const Record at = wh().skipped(wh().seeded({1, 2, 3, 4}, first_id + member), 999999);
+        Record record = at;
+        EXPECT_EQ(wh().draw(record, 1), words) << member;
+        record = at;
+        double r = 0;
+        EXPECT_EQ(wh().doubles(&record, 1, &r, 0, 1), 0);
+        EXPECT_NEAR(r, number, 1e-15) << member;
+    }
 }
 
 TEST(WichmannHill, SkipAhead) {
