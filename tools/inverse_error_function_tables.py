@@ -70,16 +70,19 @@ if __name__ == "__main__":
 // 1 - |x| = 1.
 #pragma once
 
+#include <cstdint>
+
 namespace qor::fyn {
 
 template <class T, unsigned octave_count, unsigned piece_count, unsigned term_count> struct ErfInverseTable {
     static constexpr unsigned octaves = octave_count, pieces = piece_count, terms = term_count;
-    T row[octaves * pieces + 1][terms];
+    static constexpr unsigned rows = octaves * pieces + 1;
+    alignas(16) T row[rows][(terms + 1) / 2 * 2];
 };""")
     print_table("erf_inverse_double", "The constant term comes as a number of 26 bits and its rest.", "double",
                 12, 16, 8, split=True)
     print_table("erf_inverse_double_short", "Cubics.", "double", 12, 32, 3)
     print_table("erf_inverse_medium", "For single precision, rounded once.", "double", 12, 16, 5)
-    print_table("erf_inverse_single", "Cubics.", "float", 24, 16, 3)
+    print_table("erf_inverse_single", "Quadratics.", "float", 24, 64, 2)
     print_table("erf_inverse_single_short", "Straight lines.", "float", 24, 32, 1)
     print("\n} // namespace qor::fyn")

@@ -1,5 +1,5 @@
 // Makes vector_math/kernels/power_tables.h: for each of the 256 intervals of the mantissa z a reciprocal 1/c
-// with 11 binary places, c near the interval's middle, and the logarithms of c.
+// with 11 binary places, c near the interval's middle, and ln c; then with 24 places, and log2 c.
 //   g++ -O2 -std=c++20 tools/power_tables.cpp -lmpfr -lgmp && ./a.out > vector_math/kernels/power_tables.h
 #include <bit>
 #include <cmath>
@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int entries = 256, reciprocal_places = 11, grid_places = 42;
+constexpr int entries = 256, short_places = 11, long_places = 24, grid_places = 42;
 constexpr std::uint64_t one = 0x3FF0000000000000, half_interval = std::uint64_t{1} << 43;
 constexpr std::uint64_t below_one = 309; // half intervals from the first one's start to 1
 
@@ -18,11 +18,11 @@ double interval_end(int i) { // i = 0: the start of the first
                                  2 * half_interval * static_cast<std::uint64_t>(i));
 }
 
-double reciprocal(int i) {
+double reciprocal(int i, int places) {
     const double from = interval_end(i), to = interval_end(i + 1);
     if (from < 1 && to > 1)
         return 1; // z - 1 is exact, and ln 1 is nothing
-    return std::ldexp(std::nearbyint(std::ldexp(2 / (from + to), reciprocal_places)), -reciprocal_places);
+    return std::ldexp(std::nearbyint(std::ldexp(2 / (from + to), places)), -places);
 }
 
 } // namespace
@@ -38,8 +38,8 @@ int main() {
         entries);
     mpfr_t value;
     mpfr_init2(value, 300);
-    const auto set_minus_log = [&](int i, auto log) {
-        mpfr_set_d(value, reciprocal(i), MPFR_RNDN);
+    const auto set_minus_log = [&](int i, int places, auto log) {
+        mpfr_set_d(value, reciprocal(i, places), MPFR_RNDN);
         log(value, value, MPFR_RNDN);
         mpfr_neg(value, value, MPFR_RNDN);
     };
@@ -56,23 +56,23 @@ int main() {
         "\n// ln c as a multiple of 2^-%d.\nalignas(64) inline constexpr PowerPair power_pairs[%d] = {\n",
         grid_places, entries);
     for (int i = 0; i < entries; ++i) {
-        set_minus_log(i, mpfr_log);
-        std::printf("    {%a, %a},\n", reciprocal(i), grid_part());
+        set_minus_log(i, short_places, mpfr_log);
+        std::printf("    {%a, %a},\n", reciprocal(i, short_places), grid_part());
     }
     std::printf(
         "};\n\n// What that leaves of ln c.\nalignas(64) inline constexpr double power_rests[%d] = {\n",
         entries);
     for (int i = 0; i < entries; ++i) {
-        set_minus_log(i, mpfr_log);
+        set_minus_log(i, short_places, mpfr_log);
         mpfr_sub_d(value, value, grid_part(), MPFR_RNDN);
         std::printf("    %a,\n", mpfr_get_d(value, MPFR_RNDN) + 0.0);
     }
-    std::printf("};\n\n// 64 log2 c, rounded to nearest.\n"
+    std::printf("};\n\n// Reciprocals of more places, and 64 log2 c, rounded to nearest.\n"
                 "alignas(64) inline constexpr PowerPair power_binary_pairs[%d] = {\n",
                 entries);
     for (int i = 0; i < entries; ++i) {
-        set_minus_log(i, mpfr_log2);
-        std::printf("    {%a, %a},\n", reciprocal(i), 64 * mpfr_get_d(value, MPFR_RNDN) + 0.0);
+        set_minus_log(i, long_places, mpfr_log2);
+        std::printf("    {%a, %a},\n", reciprocal(i, long_places), 64 * mpfr_get_d(value, MPFR_RNDN) + 0.0);
     }
     std::printf("};\n\n} // namespace qor::fyn\n");
     mpfr_clear(value);

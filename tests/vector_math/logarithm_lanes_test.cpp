@@ -1,5 +1,5 @@
-// Lane functions of logarithm, inverse error function and square root: tables, special lanes, reports,
-// flags and the accuracy at places where it is easily lost.
+// Lane functions of logarithm, inverse error function, square root and single exponentials: tables, special
+// lanes, reports, flags and the accuracy at places where it is easily lost.
 #include "vector_math/kernels/inverse_error_function_lanes.h"
 #include "vector_math/kernels/logarithm_lanes.h"
 
@@ -36,6 +36,24 @@ TEST(LogarithmTable, PairsFitTheirIntervals) {
         }
         const DoubleDouble rest = logarithm<100>(DoubleDouble(reciprocal)) + log_c;
         EXPECT_LE(std::fabs(to_double(rest)), reciprocal == 1 ? 0 : std::ldexp(smallest, -59)) << i;
+    }
+}
+
+// The single table: scale times a mantissa is exact, ln c belongs to the reciprocal, the interval's ends are
+// within reach of the cubic.
+TEST(LogarithmTable, SingleRowsFitTheirIntervals) {
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(logarithm_scale) % (std::uint64_t{1} << 25), 0u);
+    const std::int32_t start = std::bit_cast<std::int32_t>(1.0f) - (1237 << 12);
+    for (std::int32_t i = 0; i < std::ssize(logarithm_single); ++i) {
+        const auto [reciprocal, log_c] = logarithm_single[i];
+        const DoubleDouble rest =
+            logarithm<100>(DoubleDouble(reciprocal)) - logarithm<100>(DoubleDouble(logarithm_scale)) + log_c;
+        EXPECT_LE(std::fabs(to_double(rest)), reciprocal == logarithm_scale ? 0 : 0x1p-53 * std::fabs(log_c))
+            << i;
+        for (std::int32_t end : {i << 13, (i + 1) << 13}) {
+            const auto z = static_cast<double>(std::bit_cast<float>(start + end));
+            EXPECT_LT(std::fabs(z * (reciprocal / logarithm_scale) - 1), 0x1.001p-11) << i;
+        }
     }
 }
 
@@ -80,6 +98,60 @@ TEST(InverseErrorLanes, PieceEnds) {
     EXPECT_LT(worst, 0x1.8p-52);
     EXPECT_LT(worst_short, 0x1p-29);
     EXPECT_GT(worst_short, 0x1p-40); // a kernel of its own
+}
+
+// The largest error of a single-precision function against the double-precision one, in units of the last
+// place.
+double worst_of(void (*single)(std::int32_t, const float *, float *),
+                void (*wide)(std::int32_t, const double *, double *), const std::vector<float> &x) {
+    const auto n = static_cast<std::int32_t>(x.size());
+    const std::vector<double> exact(x.begin(), x.end());
+    std::vector<double> y(x.size());
+    std::vector<float> r(x.size());
+    single(n, x.data(), r.data());
+    wide(n, exact.data(), y.data());
+    double worst = 0;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        if (y[i] != 0)
+            worst = std::max(worst,
+                             std::ldexp(std::fabs(y[i] - static_cast<double>(r[i])), 23 - std::ilogb(y[i])));
+        else
+            EXPECT_EQ(r[i], 0) << x[i];
+    return worst;
+}
+
+// Ends, middles and neighbours of every row's interval, in several binades. A wrong entry or a lost bit of
+// one exceeds the bounds, which are the kernels' own.
+TEST(SingleLanes, EveryRow) {
+    std::vector<float> ln, exp, exp2, erf_inverse;
+    for (std::int32_t half = 0; half <= 2048; ++half)
+        for (std::int32_t step = -1; step <= 1; ++step) {
+            for (int k : {-125, -1, 0, 1, 127})
+                ln.push_back(std::bit_cast<float>(0x3F800000 + (half - 1237) * 0x1000 + step + k * 0x800000));
+            for (int k : {-120, -1, 0, 1, 90}) {
+                const double octaves = k + half / 2048.0 + step * 0x1p-20;
+                exp2.push_back(static_cast<float>(octaves));
+                exp.push_back(static_cast<float>(octaves * std::log(2)));
+            }
+        }
+    for (int octave = 1; octave <= 24; ++octave)
+        for (int half = 0; half < 32; ++half)
+            for (double step : {-0x1p-24, 0.0, 0x1p-24}) {
+                const double x = 1 - std::ldexp(1 + half / 32.0, -octave) + step;
+                if (std::fabs(x) < 1)
+                    erf_inverse.insert(erf_inverse.end(), {static_cast<float>(x), static_cast<float>(-x)});
+            }
+    const std::tuple<const char *, double, double> worst[] = {
+        {"Ln", worst_of(_fynsLn, _fyndLn, ln), 0.5001},
+        {"Exp", worst_of(_fynsExp, _fyndExp, exp), 0.5002},
+        {"Exp2", worst_of(_fynsExp2, _fyndExp2, exp2), 0.5002},
+        {"ErfInv, high", worst_of(_fynsErfInv, _fyndErfInv, erf_inverse), 0.5005},
+        {"ErfInv, low", worst_of(_fynsErfInv_21, _fyndErfInv, erf_inverse), 2.2},
+        {"ErfInv, short", worst_of(_fynsErfInv_11, _fyndErfInv, erf_inverse), 540}};
+    for (const auto &[name, error, bound] : worst) {
+        EXPECT_LT(error, bound) << name;
+        EXPECT_GT(error, 0.4) << name; // measured at all
+    }
 }
 
 template <class T> struct Case {

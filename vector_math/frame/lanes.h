@@ -68,6 +68,12 @@ inline Lanes<float> narrowed(const Halves &x) {
                                                      _mm_cvtpd_ps(std::bit_cast<__m128d>(x.high))));
 }
 
+// The low words of four 64-bit lanes.
+inline Lanes<std::int32_t> low_words(Lanes<std::int64_t> low, Lanes<std::int64_t> high) {
+    return std::bit_cast<Lanes<std::int32_t>>(
+        _mm_shuffle_ps(std::bit_cast<__m128>(low), std::bit_cast<__m128>(high), _MM_SHUFFLE(2, 0, 2, 0)));
+}
+
 // f, which maps double lanes to double lanes, over single-precision lanes.
 template <class F, class... X> Lanes<float> through_double(const F &f, X... x) {
     return narrowed({f(widened(x).low...), f(widened(x).high...)});
@@ -91,6 +97,7 @@ inline unsigned mask_of(Lanes<std::int32_t> v) {
 // The two lanes in the integer unit, which straight-line lane code leaves idle: table indices go through it.
 struct IntegerPair {
     std::uint64_t low, high;
+    IntegerPair() = default;
     explicit IntegerPair(Lanes<std::int64_t> n) {
         const auto words = std::bit_cast<__m128i>(n);
         // A shuffle with a target of its own: others wait for what their register held before.
@@ -98,22 +105,38 @@ struct IntegerPair {
         low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(words));
         high = static_cast<std::uint64_t>(_mm_cvtsi128_si64(swapped));
     }
+    // Two 32-bit lanes in each.
+    explicit IntegerPair(Lanes<std::int32_t> n) : IntegerPair(std::bit_cast<Lanes<std::int64_t>>(n)) {}
+};
+
+// Both members of two pairs, the first pair in the first lanes.
+template <class Pair>
+void look_up_pairs(const Pair &low, const Pair &high, Lanes<double> &first, Lanes<double> &second) {
+    static_assert(sizeof(Pair) == lane_bytes);
+    const auto a = std::bit_cast<Lanes<double>>(low), b = std::bit_cast<Lanes<double>>(high);
+    first = _mm_unpacklo_pd(a, b);
+    second = _mm_unpackhi_pd(a, b);
+}
+
+// The four 32-bit lanes there.
+struct IntegerQuad {
+    std::uint64_t lane[4];
+    explicit IntegerQuad(Lanes<std::int32_t> n) : IntegerQuad(IntegerPair(n)) {}
+    explicit IntegerQuad(const IntegerPair &pairs) {
+        lane[0] = static_cast<std::uint32_t>(pairs.low);
+        lane[1] = pairs.low >> 32;
+        lane[2] = static_cast<std::uint32_t>(pairs.high);
+        lane[3] = pairs.high >> 32;
+    }
 };
 
 // Both members of pair n mod size of a table, for every lane; size is a power of two.
 template <std::size_t size, class Pair>
 void look_up_modulo(const Pair (&table)[size], Lanes<std::int64_t> n, Lanes<double> &first,
                     Lanes<double> &second) {
-    static_assert(sizeof(Pair) == lane_bytes && (size & (size - 1)) == 0);
+    static_assert((size & (size - 1)) == 0);
     const IntegerPair index(n);
-    const auto pair = [&table](std::uint64_t i) {
-        Lanes<double> v;
-        std::memcpy(&v, &table[i % size], sizeof v);
-        return v;
-    };
-    const auto low = pair(index.low), high = pair(index.high);
-    first = _mm_unpacklo_pd(low, high);
-    second = _mm_unpackhi_pd(low, high);
+    look_up_pairs(table[index.low % size], table[index.high % size], first, second);
 }
 
 // The first double of row n mod size, for every lane.
@@ -127,6 +150,19 @@ Lanes<double> look_up_first(const Row (&table)[size], Lanes<std::int64_t> n) {
         return v;
     };
     return Lanes<double>{first(index.low), first(index.high)};
+}
+
+// The lanes whose top word, `masked` first, is not in [from, to), by their top bits alone. A comparison with
+// a constant may become two instructions; a saturating addition stays one.
+template <std::int32_t from, std::int32_t to, std::int32_t masked = -1, class V>
+IntegersOf<V> outside_short_window(V x) {
+    static_assert(from % 0x10000 == 0 && to % 0x10000 == 0 && from >= 0 && to > from);
+    using Words = Lanes<std::int32_t>;
+    const auto words = std::bit_cast<Words>(x) & masked;
+    const auto moved = wrapping_sum(words, Words{} - from); // the ordinary ones: the lowest numbers
+    constexpr auto to_top = static_cast<std::int32_t>(0x80000000u - static_cast<std::uint32_t>(to - from));
+    return std::bit_cast<IntegersOf<V>>(
+        _mm_adds_epu16(std::bit_cast<__m128i>(moved), _mm_set1_epi32(to_top)));
 }
 
 template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();

@@ -17,6 +17,10 @@
 //   two in, one out: special(V x, V y), V value(V x, V y), eval(double x, double y, double &r)
 //   one in, two out: void value(V x, V &u, V &v), eval(double x, double &u, double &v)
 //   Without `special` no lane is, and eval is not needed.
+//   A chain of operations too long for the processor's window comes in two steps, the first of them for all
+//   registers of a pass before the second; with the same arguments instead of value:
+//       template <class V> static Start start(V x);
+//       template <class V> static V finish(const Start &, V x);
 //   Where value keeps the lanes busy, the test may run beside it in the integer unit:
 //       static std::int64_t special_bits(double x);                // for one element, instead of special
 //
@@ -91,15 +95,20 @@ template <class T, bool strided> struct Vectors {
     Vector<T, strided> r1, r2;
 };
 
-// Where the lanes of a pass read and write, whole registers of them. A repeated second argument is one
-// element.
+// Where the lanes of a pass read and write, whole registers of them. A repeated second argument is in
+// `scalar`: stores might change what it is read from.
 template <class T> struct Lines {
     const T *x, *y;
     T *u, *v;
+    Lanes<T> scalar;
 };
 
 // One or two arguments of a function. repeated: the second is the same element in every lane.
 template <Shape shape, bool repeated> struct Arguments {
+    template <class T> [[gnu::always_inline]] static Lanes<T> second(const Lines<T> &lines, int k) {
+        return repeated ? lines.scalar : load<Lanes<T>>(lines.y + k);
+    }
+
     // Whether any of `count` elements is special; whole registers are read.
     template <class F, class T>
     [[gnu::always_inline]] static bool any_special(const Lines<T> &lines, int count) {
@@ -117,8 +126,7 @@ template <Shape shape, bool repeated> struct Arguments {
         } else if constexpr (requires(V x) { F::special(x, x); }) {
             IntegersOf<V> special{};
             for (int k = 0; k < count; k += lane_count<V>)
-                special |= F::special(load<V>(lines.x + k),
-                                      repeated ? broadcast<V>(*lines.y) : load<V>(lines.y + k));
+                special |= F::special(load<V>(lines.x + k), second(lines, k));
             return mask_of(special) != 0;
         }
         return false;
@@ -138,7 +146,9 @@ template <Shape shape, bool repeated> struct Arguments {
     template <class F, class T> static void without_special(const Lines<T> &lines, int count, T *x, T *y) {
         for (int k = 0; k < F::pass; ++k) {
             const bool idle = k >= count;
-            const T b = idle || shape != Shape::two_one ? T(F::padding) : lines.y[repeated ? 0 : k];
+            const T b = idle || shape != Shape::two_one ? T(F::padding)
+                        : repeated                      ? lines.scalar[0]
+                                                        : lines.y[k];
             const bool special = idle || is_special<F>(lines.x[k], b);
             x[k] = special ? T(F::padding) : lines.x[k];
             y[k] = special ? T(F::padding) : b;
@@ -166,23 +176,44 @@ concept HasSpecialLanes = requires(T x) {
 || requires(Lanes<T> x) { F::special(x); }
 || requires(Lanes<T> x) { F::special(x, x); };
 
+template <class F, class V>
+concept InTwoSteps = requires(V x) {
+    F::start(x);
+}
+|| requires(V x) { F::start(x, x); };
+
 // The results of a pass's registers.
 template <class F, Shape shape, bool repeated, class T>
 [[gnu::always_inline]] inline void compute(const F &function, int count, const Lines<T> &lines) {
     using V = Lanes<T>;
-    const V scalar = repeated ? broadcast<V>(*lines.y) : V{}; // once: stores might change what it points to
-    for (int k = 0; k < count; k += lane_count<V>) {
-        const V a = load<V>(lines.x + k);
+    constexpr int lanes = lane_count<V>;
+    const auto with_arguments = [&](int k, auto f) {
+        const V x = load<V>(lines.x + k);
+        if constexpr (shape == Shape::two_one)
+            return f(x, Arguments<shape, repeated>::second(lines, k));
+        else
+            return f(x);
+    };
+    const auto finish = [&](int k, auto f) {
         if constexpr (shape == Shape::one_two) {
             V u, v;
-            function.value(a, u, v);
+            with_arguments(k, [&](V x) { f(x, u, v); });
             store(lines.u + k, u);
             store(lines.v + k, v);
-        } else if constexpr (shape == Shape::two_one) {
-            store(lines.u + k, function.value(a, repeated ? scalar : load<V>(lines.y + k)));
         } else {
-            store(lines.u + k, function.value(a));
+            store(lines.u + k, with_arguments(k, f));
         }
+    };
+    if constexpr (InTwoSteps<F, V>) {
+        const auto start = [&](auto... x) { return function.start(x...); };
+        decltype(with_arguments(0, start)) started[F::pass / lanes];
+        for (int k = 0; k < count; k += lanes)
+            started[k / lanes] = with_arguments(k, start);
+        for (int k = 0; k < count; k += lanes)
+            finish(k, [&](auto &&...x) { return function.finish(started[k / lanes], x...); });
+    } else {
+        for (int k = 0; k < count; k += lanes)
+            finish(k, [&](auto &&...x) { return function.value(x...); });
     }
 }
 
@@ -207,11 +238,10 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
     T x[F::pass], y[F::pass], ordinary_x[F::pass], ordinary_y[F::pass];
     for (int k = 0; k < count; ++k) {
         x[k] = lines.x[k];
-        y[k] = shape == Shape::two_one ? lines.y[repeated ? 0 : k] : x[k];
+        y[k] = shape != Shape::two_one ? x[k] : repeated ? lines.scalar[0] : lines.y[k];
     }
     Arguments::template without_special<F>(lines, count, ordinary_x, ordinary_y);
-    compute<F, shape, repeated, T>(function, count,
-                                   {ordinary_x, repeated ? lines.y : ordinary_y, lines.u, lines.v});
+    compute<F, shape, repeated, T>(function, count, {ordinary_x, ordinary_y, lines.u, lines.v, lines.scalar});
     deliver<shape>(i, count, lines, vectors);
     for (int k = 0; k < count; ++k) {
         T u, v;
@@ -232,8 +262,9 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
 template <class F, Name name, Shape shape, bool repeated, class T>
 [[gnu::always_inline]] inline std::int32_t full_passes(const F &function, std::int32_t n,
                                                        const Vectors<T, false> &w) {
+    const auto scalar = broadcast<Lanes<T>>(*w.b.start);
     const auto lines = [&](std::int32_t i) {
-        return Lines<T>{w.a.at(i), repeated ? w.b.start : w.b.at(i), w.r1.at(i), w.r2.at(i)};
+        return Lines<T>{w.a.at(i), w.b.at(i), w.r1.at(i), w.r2.at(i), scalar};
     };
     std::int32_t i = 0;
     for (;;) {
@@ -272,7 +303,7 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
             if constexpr (shape == Shape::two_one && !repeated)
                 y[k] = *w.b.at(i + k);
         }
-        const Lines<T> lines{x, repeated ? w.b.start : y, u, v};
+        const Lines<T> lines{x, y, u, v, broadcast<Lanes<T>>(*w.b.start)};
         bool special = false;
         if constexpr (HasSpecialLanes<F, T>) {
             special = Arguments<shape, repeated>::template any_special<F>(lines, count);

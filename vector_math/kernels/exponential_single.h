@@ -1,15 +1,17 @@
-// The single-precision exponentials e^x, 2^x and 10^x, and the exponential in double lanes that they share
-// with the shorter kernels of the power function.
+// The single-precision exponentials e^x, 2^x and 10^x, and an exponential in double lanes for the shorter
+// kernels of the power function.
 //
-// 2^(t/64) = 2^M * 2^(j/64) * 2^(u/64), 64 M + j the nearest integer to t and u the rest: exact, |u| <= 1/2.
-// The functions are t = x log2(b) * 64 in double lanes: |t| < 2^13, so its rounding is below 2^-46 of the
-// result.
+// b^x = 2^(t/1024) = 2^M * 2^(j/1024) * 2^(u/1024), 1024 M + j the nearest integer to t = x log2(b) * 1024
+// and u the rest: exact, |u| <= 1/2. t < 2^17, so its rounding is below 2^-46 of the result. 2^(u/1024) is a
+// multiple of (u + p)^2 + q within 2^-37.1; p is an integer, which makes u + p a single difference.
+//
+// For powers, 2^(t/64) = 2^M * 2^(j/64) * 2^(u/64), 64 M + j the nearest integer to t and u the rest: exact,
+// |u| <= 1/2.
 //
 // Minimax polynomials (1 + u e(u), their largest errors relative to the result): degree 1 2^-16, degree 2
-// 2^-27.2, degree 3 2^-37.2, degree 4 2^-48.6.
+// 2^-27.2, degree 3 2^-37.2.
 //
-// Measured over all arguments by tools/measure_power.cpp (docs/accuracy.md): e^x 0.500000042 ulp at
-// 0x1.060e1ep+6, four results not the nearest float.
+// Largest error measured (docs/accuracy.md): 0.500112 ulp, 15 results in a million not the nearest float.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -34,11 +36,8 @@ template <int degree> Lanes<double> two_to_64ths(Lanes<double> t) {
         e = V{} + 0.010830477629371569;
     else if constexpr (degree == 2)
         e = 0.010830464385613144 + u * 5.8649192872540734e-05;
-    else if constexpr (degree == 3)
-        e = 0.010830424696217011 + u * (5.8649168280443224e-05 + u * 2.1173181053844612e-07);
     else
-        e = (0.010830424696224904 + u * 5.864904955047e-05) +
-            u * u * (2.1173175955746373e-07 + u * 5.732860960169797e-10);
+        e = 0.010830424696217011 + u * (5.8649168280443224e-05 + u * 2.1173181053844612e-07);
     const auto n = bits_of(shifted);
     const V root = look_up_first(exponential_absolute, n);
     const V mantissa = root + root * (u * e);
@@ -46,24 +45,42 @@ template <int degree> Lanes<double> two_to_64ths(Lanes<double> t) {
     return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46));
 }
 
-// b^x; `limit` is the top word of the first argument that is left to the element function.
+// b^x; `limit` is the top word of the first size that is left to the element function.
 template <class Element, std::int32_t limit, double steps> struct ExponentialSingle {
     static constexpr int pass = 16;
     static constexpr float padding = 0;
 
-    static Lanes<std::int32_t> special(Lanes<float> x) { return outside_window(x, 0, limit, 0x7FFFFFFF); }
+    static Lanes<std::int32_t> special(Lanes<float> x) {
+        return outside_short_window<0, limit, 0x7FFFFFFF>(x);
+    }
 
     static Lanes<float> value(Lanes<float> x) {
-        return through_double([](Lanes<double> v) { return two_to_64ths<4>(v * steps); }, x);
+        const Halves wide = widened(x);
+        const Lanes<double> low = wide.low * steps, high = wide.high * steps;
+        const Lanes<double> low_shifted = low + shifter, high_shifted = high + shifter;
+        const auto n = low_words(bits_of(low_shifted), bits_of(high_shifted));
+        const IntegerQuad at(n);
+        const auto mantissa = narrowed({piece(low, low_shifted, at.lane[0], at.lane[1]),
+                                        piece(high, high_shifted, at.lane[2], at.lane[3])});
+        return from_bits<Lanes<float>>(wrapping_sum(bits_of(mantissa), (n & ~1023) << 13));
     }
 
     [[gnu::noinline, gnu::cold]] static Status eval(float x, float &r) noexcept {
         return Element::eval(x, r);
     }
+
+  private:
+    static constexpr double shifter = 0x1.8p+52, p = 1477, q = 0x1.0a6a4afab9c61p+21;
+
+    // 2^((j + u)/1024), j: the last ten bits of the lanes' numbers
+    static Lanes<double> piece(Lanes<double> t, Lanes<double> shifted, std::uint64_t i, std::uint64_t k) {
+        const Lanes<double> sum = t - (shifted - (shifter + p)); // u + p
+        return (sum * sum + q) * Lanes<double>{exponential_single[i % 1024], exponential_single[k % 1024]};
+    }
 };
 
-using ExpSingle = ExponentialSingle<Exp, top_word(87.3365f), 0x1.71547652b82fep+6>; // 64 / ln 2
-using Exp2Single = ExponentialSingle<Exp2, top_word(126.0f), 64.0>;
-using Exp10Single = ExponentialSingle<Exp10, top_word(37.9297f), 0x1.a934f0979a371p+7>; // 64 log2 10
+using ExpSingle = ExponentialSingle<Exp, top_word(87.0f), 0x1.71547652b82fep+10>; // 1024 / ln 2
+using Exp2Single = ExponentialSingle<Exp2, top_word(126.0f), 1024.0>;
+using Exp10Single = ExponentialSingle<Exp10, top_word(37.75f), 0x1.a934f0979a371p+11>; // 1024 log2 10
 
 } // namespace qor::fyn

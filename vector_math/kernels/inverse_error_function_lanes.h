@@ -1,6 +1,6 @@
 // The inverse error function, double and single precision, in piecewise polynomials.
 //
-// y = |x| g(|x|), g(x) = erfinv(x) / x, the sign put back at the end. Each octave of t = 1 - |x| is cut into
+// y = x g(|x|), g(x) = erfinv(x) / x. Each octave of t = 1 - |x| is cut into
 // equal pieces, numbered by the leading bits of t; a piece is many times its own width away from the
 // singularity at t = 0, so that short polynomials do. g is even and smooth at 0. The distance from the
 // middle of a piece is exact for |x| >= 1/2.
@@ -8,8 +8,8 @@
 // Double, high accuracy: degree 8, error 2^-58.4; the constant term has a leading part of 26 bits, whose
 // product with the upper half of |x| is exact, so that only the last addition rounds at the result's last
 // place. Enhanced performance: cubics, 2^-29.8.
-// Single, high accuracy: degree 5 in double lanes, 2^-38.3. Low: cubics in single lanes, 2^-25.8. Enhanced
-// performance: straight lines, 2^-14.9.
+// Single, high accuracy: degree 5 in double lanes, 2^-38.3. Low: quadratics in single lanes, 2^-26.5.
+// Enhanced performance: straight lines, 2^-14.9.
 //
 // Special: |x| >= 1 - 2^-12 where double lanes compute (one argument in 4096 of uniform ones), |x| >= 1 in
 // single lanes, NaN; in double also |x| < 2^-960, whose products would be subnormal.
@@ -29,10 +29,12 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace qor::fyn {
 
-// Where an argument stands: the number of its row, and its distance from the middle of the piece.
+// Where arguments stand: the numbers of their rows, `first` more, and their distances from the middles of the
+// pieces.
 template <class V, class Table> struct ErfInversePlace {
     using T = ElementOf<V>;
     using Bits = std::make_unsigned_t<IntegerOf<T>>;
@@ -42,64 +44,63 @@ template <class V, class Table> struct ErfInversePlace {
     static constexpr Bits exponent_of_one = std::bit_cast<Bits>(T(1)) >> shift;
     static constexpr Bits first = exponent_of_one - Table::octaves * Table::pieces;
 
-    IntegersOf<V> row;
+    IntegerPair row;
     V distance;
 
-    explicit ErfInversePlace(V size) {
-        const V to_one = 1 - size;
+    ErfInversePlace() = default;
+    explicit ErfInversePlace(V x) {
+        const V negative = from_bits<V>(bits_of(x) | sign_bit<T>), to_one = 1 + negative;
         const auto t = std::bit_cast<Unsigned>(to_one);
-        row = std::bit_cast<IntegersOf<V>>((t >> shift) - first);
+        row = IntegerPair(std::bit_cast<IntegersOf<V>>(t >> shift));
         const V middle = std::bit_cast<V>((t & ~below_piece) | half_piece);
         if constexpr (sizeof(T) == 8)
-            distance = size - (1 - middle);
+            distance = (middle - 1) - negative;
         else
             distance = middle - to_one; // the last middles, less than 2^-24 from 1, need it so
     }
 };
 
-// The terms of the rows with these numbers, one vector a term.
-template <class Table>
-void look_up_rows(const Table &table, Lanes<std::int64_t> numbers, Lanes<double> (&terms)[Table::terms]) {
-    static_assert(Table::terms % 2 == 0);
-    const IntegerPair index(numbers);
-    const double *low = table.row[index.low], *high = table.row[index.high];
+// The terms of the rows with these numbers less `first`, one vector a term.
+template <std::uint64_t first, class Table>
+void look_up_rows(const Table &table, const IntegerPair &numbers, Lanes<double> (&terms)[Table::terms]) {
     for (unsigned i = 0; i < Table::terms; i += 2) {
-        const auto a = load<Lanes<double>>(low + i), b = load<Lanes<double>>(high + i);
+        const auto a = load<Lanes<double>>(table.row[numbers.low - first] + i);
+        const auto b = load<Lanes<double>>(table.row[numbers.high - first] + i);
         terms[i] = _mm_unpacklo_pd(a, b);
         terms[i + 1] = _mm_unpackhi_pd(a, b);
     }
 }
 
-template <class Table>
-void look_up_rows(const Table &table, Lanes<std::int32_t> numbers, Lanes<float> (&terms)[Table::terms]) {
-    const IntegerPair two_each(std::bit_cast<Lanes<std::int64_t>>(numbers));
-    const auto row = [&table](std::uint64_t number) {
-        if constexpr (Table::terms == 4)
-            return _mm_loadu_ps(table.row[number]);
-        else
-            return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(table.row[number])));
-    };
-    __m128 a = row(static_cast<std::uint32_t>(two_each.low)), b = row(two_each.low >> 32),
-           c = row(static_cast<std::uint32_t>(two_each.high)), d = row(two_each.high >> 32);
-    if constexpr (Table::terms == 4) {
-        _MM_TRANSPOSE4_PS(a, b, c, d);
-        terms[2] = c;
-        terms[3] = d;
+template <std::uint64_t first, class Table>
+void look_up_rows(const Table &table, const IntegerPair &numbers, Lanes<float> (&terms)[Table::terms]) {
+    static_assert(Table::terms == 2 || Table::terms == 3);
+    const IntegerQuad index(numbers);
+    const auto row = [&](int lane) { return table.row[index.lane[lane] - first]; };
+    if constexpr (Table::terms == 2) {
+        const auto pair = [&](int lane) {
+            double both;
+            std::memcpy(&both, row(lane), sizeof both);
+            return both;
+        };
+        const auto a = std::bit_cast<__m128>(Lanes<double>{pair(0), pair(1)});
+        const auto b = std::bit_cast<__m128>(Lanes<double>{pair(2), pair(3)});
+        terms[0] = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
+        terms[1] = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
     } else {
-        const __m128 ab = _mm_movelh_ps(a, b), cd = _mm_movelh_ps(c, d);
-        a = _mm_shuffle_ps(ab, cd, _MM_SHUFFLE(2, 0, 2, 0));
-        b = _mm_shuffle_ps(ab, cd, _MM_SHUFFLE(3, 1, 3, 1));
+        const __m128 r[] = {load<Lanes<float>>(row(0)), load<Lanes<float>>(row(1)),
+                            load<Lanes<float>>(row(2)), load<Lanes<float>>(row(3))};
+        const __m128 a = _mm_unpacklo_ps(r[0], r[1]), b = _mm_unpacklo_ps(r[2], r[3]);
+        terms[0] = _mm_movelh_ps(a, b);
+        terms[1] = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 2, 3, 2));
+        terms[2] = _mm_movelh_ps(_mm_unpackhi_ps(r[0], r[1]), _mm_unpackhi_ps(r[2], r[3]));
     }
-    terms[0] = a;
-    terms[1] = b;
 }
 
-// g(size) without the first `apart` terms, which are given back.
-template <unsigned apart = 0, class Table, class V>
-V erf_inverse_ratio(const Table &table, V size, V *leading = nullptr) {
-    const ErfInversePlace<V, Table> at(size);
+// g(x) without the first `apart` terms, which are given back.
+template <unsigned apart = 0, class V, class Table>
+V erf_inverse_ratio(const Table &table, const ErfInversePlace<V, Table> &at, V *leading = nullptr) {
     V terms[Table::terms];
-    look_up_rows(table, at.row, terms);
+    look_up_rows<at.first>(table, at.row, terms);
     std::copy_n(terms, apart, leading);
     V sum = terms[Table::terms - 1];
     for (unsigned i = Table::terms - 1; i-- > apart;)
@@ -112,44 +113,64 @@ template <class T, Accuracy A> struct ErfInvLanes {
     static constexpr T padding = T(0.5);
 
     template <class V> static IntegersOf<V> special(V x) {
-        return whole_lanes(outside_window(x, tiny, limit, std::numeric_limits<std::int32_t>::max()));
+        if constexpr (in_double)
+            return whole_lanes(outside_window(x, tiny, limit, std::numeric_limits<std::int32_t>::max()));
+        else
+            return outside_short_window<tiny, limit, std::numeric_limits<std::int32_t>::max()>(x);
     }
 
-    template <class V> static V value(V x) {
-        const auto bits = bits_of(x);
-        const V size = from_bits<V>(bits & ~sign_bit<T>);
-        return from_bits<V>(bits_of(value_of_size(size)) | (bits & sign_bit<T>));
+    template <class V> [[gnu::always_inline]] static auto start(V x) {
+        if constexpr (!through_double) {
+            return Place<V>(x);
+        } else {
+            const Halves halves = widened(x);
+            return TwoPlaces{Place<Lanes<double>>(halves.low), Place<Lanes<double>>(halves.high)};
+        }
     }
+
+    template <class V> [[gnu::always_inline]] static V finish(const auto &at, V x) {
+        if constexpr (through_double) {
+            const Halves halves = widened(x);
+            return narrowed({halves.low * erf_inverse_ratio(table, at.low),
+                             halves.high * erf_inverse_ratio(table, at.high)});
+        } else if constexpr (A == Accuracy::high) {
+            const V upper = from_bits<V>(bits_of(x) & ~((std::int64_t{1} << 26) - 1));
+            V leading;
+            const V rest = erf_inverse_ratio<1>(table, at, &leading);
+            return upper * leading + ((x - upper) * leading + x * rest); // upper * leading is exact
+        } else {
+            return x * erf_inverse_ratio(table, at);
+        }
+    }
+
+    template <class V> static V value(V x) { return finish(start(x), x); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept { return ErfInv<A>::eval(x, r); }
 
   private:
-    static constexpr bool in_double = sizeof(T) == 8 || A == Accuracy::high;
+    static constexpr bool through_double = sizeof(T) == 4 && A == Accuracy::high;
+    static constexpr bool in_double = sizeof(T) == 8 || through_double;
     static constexpr std::int32_t limit = top_word(in_double ? T(1 - 0x1p-12) : T(1));
     static constexpr std::int32_t tiny = sizeof(T) == 8 ? top_word(0x1p-960) : 0;
 
-    static constexpr const auto &single_table() {
-        if constexpr (A == Accuracy::low)
+    static constexpr const auto &table_of_slot() {
+        if constexpr (through_double)
+            return erf_inverse_medium;
+        else if constexpr (sizeof(T) == 8 && A == Accuracy::high)
+            return erf_inverse_double;
+        else if constexpr (sizeof(T) == 8)
+            return erf_inverse_double_short;
+        else if constexpr (A == Accuracy::low)
             return erf_inverse_single;
         else
             return erf_inverse_single_short;
     }
+    static constexpr const auto &table = table_of_slot();
 
-    template <class V> static V value_of_size(V size) {
-        if constexpr (sizeof(T) == 8 && A == Accuracy::high) {
-            const V upper = from_bits<V>(bits_of(size) & ~((std::int64_t{1} << 26) - 1));
-            V leading;
-            const V rest = erf_inverse_ratio<1>(erf_inverse_double, size, &leading);
-            return upper * leading + ((size - upper) * leading + size * rest); // upper * leading is exact
-        } else if constexpr (sizeof(T) == 8) {
-            return size * erf_inverse_ratio(erf_inverse_double_short, size);
-        } else if constexpr (A == Accuracy::high) {
-            return through_double(
-                [](Lanes<double> s) { return s * erf_inverse_ratio(erf_inverse_medium, s); }, size);
-        } else {
-            return size * erf_inverse_ratio(single_table(), size);
-        }
-    }
+    template <class V> using Place = ErfInversePlace<V, std::remove_cvref_t<decltype(table)>>;
+    struct TwoPlaces {
+        Place<Lanes<double>> low, high;
+    };
 };
 
 template <Accuracy A> using ErfInvDouble = ErfInvLanes<double, A>;

@@ -10,11 +10,11 @@
 // leading part of ln 2 are multiples of 2^-43, so that k ln2 + ln c is exact; what the table's ln c leaves
 // out is below 1/64 of the result's last place. Degree 6, its error below 2^-59 of r. Only the last addition
 // rounds at the result's last place.
-// Single: exponent and mantissa of four elements at once, the sums in double lanes, degree 4, no rest kept;
-// approximation error below 2^-39 of r.
+// Single: exponent and mantissa of four elements at once, the sums in double lanes, no rest kept. 1024
+// intervals, so that a cubic without its leading factor, in s = scale r, errs by 2^-37 of r at most.
 //
 // Largest errors measured by tools/measure_logarithm.cpp, in ulp (docs/accuracy.md): double 0.514804 at
-// 0x1.9082c5e8163f3p-1; single, all arguments: 0.500000875 at 0x1.fd67dep-1, four results not the nearest.
+// 0x1.9082c5e8163f3p-1; single, all arguments: 0.500103462 at 0x1.ffe3e4p-1, nine results not the nearest.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -56,36 +56,56 @@ template <class T> struct LnLanes {
 
     // All but the positive normal numbers.
     template <class V> static IntegersOf<V> special(V x) {
-        return outside_window(x, top_word(std::numeric_limits<T>::min()),
-                              top_word(std::numeric_limits<T>::infinity()));
+        constexpr auto from = top_word(std::numeric_limits<T>::min());
+        constexpr auto to = top_word(std::numeric_limits<T>::infinity());
+        if constexpr (sizeof(T) == 4)
+            return outside_short_window<from, to>(x);
+        else
+            return outside_window(x, from, to);
     }
 
-    template <class V> static V value(V x) {
+    template <class V> [[gnu::always_inline]] static auto start(V x) {
         if constexpr (sizeof(T) == 8)
-            return value_double(x);
+            return start_double(x);
         else
-            return value_single(x);
+            return start_single(x);
     }
+    template <class V> [[gnu::always_inline]] static V finish(const auto &started, V) { return sum(started); }
+    template <class V> static V value(V x) { return finish(start(x), x); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept { return Ln::eval(x, r); }
+
+    // The results of what start gives, in double lanes.
+    [[gnu::always_inline]] static Halves halves_of_single(const auto &at) {
+        return {half_of_single(at.z.low, at.k.low, at.interval.low),
+                half_of_single(at.z.high, at.k.high, at.interval.high)};
+    }
 
   private:
     static constexpr double ln2_hi = 0x1.62e42fefa38p-1;         // a multiple of 2^-43
     static constexpr double ln2_lo = 0x1.ef35793c7673p-45;       // ln 2 - ln2_hi
     static constexpr double ln2_of_bits = 0x1.62e42fefa39efp-24; // ln 2 / 2^23
+    static constexpr double single_linear = 0x1.713743c48fcfbp+0, single_square = -0x1.0a403034cbc69p+0;
 
-    static Lanes<double> value_double(Lanes<double> x) {
+    struct Terms { // of two elements
+        Lanes<double> exponent, whole, r_hi, r_lo;
+    };
+
+    [[gnu::always_inline]] static Terms start_double(Lanes<double> x) {
         using V = Lanes<double>;
         const LogarithmReduction at(x);
         V reciprocal, logarithm;
         look_up_modulo(logarithm_pairs, at.interval, reciprocal, logarithm);
         const V z_hi = from_bits<V>(bits_of(at.mantissa) & ~((std::int64_t{1} << 36) - 1));
-        const V r_hi = z_hi * reciprocal - 1; // exact
-        const V r_lo = (at.mantissa - z_hi) * reciprocal;
-        const V r = r_hi + r_lo;
-        const V whole = at.exponent * ln2_hi + logarithm; // exact
-        const V leading = whole + r;
-        const V rest = (((whole - leading) + r_hi) + r_lo) + at.exponent * ln2_lo;
+        return {at.exponent, at.exponent * ln2_hi + logarithm,             // exact
+                z_hi * reciprocal - 1, (at.mantissa - z_hi) * reciprocal}; // the former exact
+    }
+
+    [[gnu::always_inline]] static Lanes<double> sum(const Terms &t) {
+        using V = Lanes<double>;
+        const V r = t.r_hi + t.r_lo;
+        const V leading = t.whole + r;
+        const V rest = (((t.whole - leading) + t.r_hi) + t.r_lo) + t.exponent * ln2_lo;
         const V square = r * r;
         const V q =
             (-0.5 + r * 0.3333333333322741) +
@@ -93,31 +113,33 @@ template <class T> struct LnLanes {
         return leading + (rest + square * q);
     }
 
-    static Lanes<float> value_single(Lanes<float> x) {
-        constexpr auto first_interval = // where the table starts
-            top_word(1.0f) - static_cast<std::int32_t>(LogarithmReduction::below_one >> 29);
-        const auto moved = wrapping_sum(bits_of(x), Lanes<std::int32_t>{} - first_interval);
-        const auto exponent = moved & ~0x7FFFFF; // 2^23 k
-        const Halves k = widened(exponent);
-        using Words = Lanes<std::uint32_t>;
-        const Halves z =
-            widened(std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent)));
-        const auto n = std::bit_cast<__m128i>(moved >> 15);
-        return narrowed({half_of_single(z.low, k.low, n),
-                         half_of_single(z.high, k.high, _mm_shuffle_epi32(n, upper_half_first))});
+    struct SinglePlace { // of four elements
+        Halves z, k;
+        IntegerPair interval;
+    };
+
+    [[gnu::always_inline]] static Lanes<float> sum(const SinglePlace &at) {
+        return narrowed(halves_of_single(at));
     }
 
-    // Two lanes; n: the indices in the lower two words.
-    static Lanes<double> half_of_single(Lanes<double> z, Lanes<double> k, __m128i n) {
+    [[gnu::always_inline]] static SinglePlace start_single(Lanes<float> x) {
+        using Words = Lanes<std::uint32_t>;
+        constexpr std::int32_t below_one = 1237 << 12; // 618.5 intervals of 2^13
+        const auto moved = wrapping_sum(bits_of(x), Lanes<std::int32_t>{} - (top_word(1.0f) - below_one));
+        const auto exponent = moved & ~0x7FFFFF; // 2^23 k
+        return {
+            widened(std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent))),
+            widened(exponent), IntegerPair(moved)};
+    }
+
+    // interval: in bits 13 and on of either half.
+    static Lanes<double> half_of_single(Lanes<double> z, Lanes<double> k, std::uint64_t interval) {
         using V = Lanes<double>;
-        const auto indices = static_cast<std::uint64_t>(_mm_cvtsi128_si64(n));
-        const auto low = std::bit_cast<V>(logarithm_pairs[indices % 256]);
-        const auto high = std::bit_cast<V>(logarithm_pairs[(indices >> 32) % 256]);
-        const V reciprocal = _mm_unpacklo_pd(low, high), logarithm = _mm_unpackhi_pd(low, high);
-        const V r = z * reciprocal - 1;
-        const V whole = k * ln2_of_bits + logarithm;
-        const V square = r * r;
-        return whole + (r + square * ((-0.5 + r * 0.3333340576069395) + square * -0.2500006035614165));
+        V reciprocal, logarithm;
+        look_up_pairs(logarithm_single[(interval >> 13) % 1024], logarithm_single[(interval >> 45) % 1024],
+                      reciprocal, logarithm);
+        const V s = z * reciprocal - logarithm_scale;
+        return (k * ln2_of_bits + logarithm) + s * ((s + single_square) * s + single_linear);
     }
 };
 

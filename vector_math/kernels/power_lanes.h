@@ -11,14 +11,16 @@
 // leading parts that are multiples of 2^-42, so that everything up to r is summed exactly. ln(1 + r) by
 // degree 7, its error 2^-70.1 of r. y and the logarithm are split after 26 bits for the product. The low
 // accuracy leaves out what the rounding of r^2/2 loses and the tails of the exponential.
-// The others: log2 in one double, its polynomial of degree 5 for single high accuracy (error 2^-50.8 of the
-// logarithm; of a single-precision number r is exact), 4 for double enhanced performance (2^-40.7), 3 and 2
-// for single low accuracy and enhanced performance (2^-30.5, 2^-20.3); then the exponential of
-// exponential_single.h.
+// The others: 64 log2 |x| in one double, its polynomial of degree 5 for single high accuracy (error 2^-51.5
+// of the logarithm; of a single-precision number r is exact), 4 for double enhanced performance (2^-41.3), 3
+// and 2 for single low accuracy and enhanced performance (2^-30.9, 2^-20.5). In single precision exponents
+// and mantissas of four elements are taken apart together. There the fraction's exponential is computed in
+// double lanes for high accuracy, 128 steps to a binade and degree 3 (2^-41.2 of the result), otherwise in
+// float lanes with 64 steps, degree 2 and 1 (2^-27.1, 2^-16.0); the binade is added as an integer.
 //
 // Largest errors measured by tools/measure_power.cpp, in ulp (docs/accuracy.md): double 0.519061 at
-// (0x1.ff6db97586d6fp-1, 0x1.1e2821fb29186p+17), low accuracy 2.379898, enhanced performance 2^-31.2 of the
-// result; single 0.500000, low accuracy 1.461002, enhanced performance 2^-12.6 of the result.
+// (0x1.ff6db97586d6fp-1, 0x1.1e2821fb29186p+17), low accuracy 2.943281, enhanced performance 2^-30.8 of the
+// result; single 0.500006, low accuracy 1.670255, enhanced performance 2^-12.8 of the result.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -67,12 +69,13 @@ template <class V> struct PowerRange {
         const Words limit =
             top_words((reach < largest ? reach : V{} + largest) * unit - 2) & ~std::bit_cast<Words>(outside);
         // the distance from 1, moved so that -limit is the lowest number
-        const Words words = std::bit_cast<Words>(x) & magnitude;
+        // a sign that stays is far outside
+        const Words words = std::bit_cast<Words>(x) & (~std::bit_cast<Words>(integer(usual)) | magnitude);
         const Words lowest = Words{} + std::numeric_limits<std::int32_t>::min();
         const Words start = wrapping_sum(limit, lowest);
         const Words inside =
             wrapping_sum(words, wrapping_sum(start, Words{} - top_word(T(1)))) < wrapping_sum(start, limit);
-        return ~(std::bit_cast<IntegersOf<V>>(inside) & (~bits_of(x) | integer(usual)));
+        return std::bit_cast<IntegersOf<V>>(~inside);
     }
 
   private:
@@ -87,11 +90,17 @@ template <class V> struct PowerRange {
     }
 };
 
-// y ln x in two doubles, and its exponential.
+// The methods: y times a logarithm of |x|, and its exponential; the sign of x does not count.
+
+inline Lanes<double> without_sign(Lanes<double> x) {
+    return from_bits<Lanes<double>>(bits_of(x) & ~sign_bit<double>);
+}
+
+// y ln |x| in two doubles.
 template <Accuracy A> struct LongPower {
     using V = Lanes<double>;
     static constexpr bool high = A == Accuracy::high;
-    static constexpr double limit = 708.39;
+    static constexpr double limit = 708.39;                // of the size: results are normal numbers
     static constexpr double ln2_hi = 0x1.62e42fefa38p-1;   // a multiple of 2^-43
     static constexpr double ln2_lo = 0x1.ef35793c7673p-45; // ln 2 - ln2_hi
 
@@ -101,7 +110,7 @@ template <Accuracy A> struct LongPower {
     };
 
     [[gnu::always_inline]] static Exponent exponent(V x, V y) {
-        const LogarithmReduction at(x);
+        const LogarithmReduction at(without_sign(x));
         V reciprocal, logarithm;
         look_up_modulo(power_pairs, at.interval, reciprocal, logarithm);
         const V rests = look_up_first(power_rests, at.interval);
@@ -142,10 +151,24 @@ template <Accuracy A> struct LongPower {
     static V upper_half(V v) { return from_bits<V>(bits_of(v) & ~((std::int64_t{1} << 27) - 1)); }
 };
 
-// 64 y log2 x in one double, and its exponential.
-template <int log_degree, int exp_degree, int largest> struct ShortPower {
+// 64 log2(1 + r) / r for |r| < 2^-9
+template <int degree> Lanes<double> binary_slope(Lanes<double> r) {
+    if constexpr (degree == 2)
+        return 92.33254132490721 + r * -46.166300016484534;
+    else if constexpr (degree == 3)
+        return 92.33248261686846 + r * (-46.16630735499493 + r * 30.777560252206488);
+    else if constexpr (degree == 4)
+        return (92.33248261686006 + r * -46.16624130838524) +
+               r * r * (30.777564655314134 + r * -23.08319110393869);
+    else
+        return (92.33248261689366 + r * -46.16624130837684) +
+               r * r * ((30.777494205531234 + r * -23.083194039343187) + r * r * 18.466569908523887);
+}
+
+// 64 y log2 |x| in one double.
+struct ShortPower {
     using V = Lanes<double>;
-    static constexpr double limit = 64 * largest;
+    static constexpr double limit = 64 * 1022;
 
     struct Exponent {
         V sum;
@@ -153,53 +176,125 @@ template <int log_degree, int exp_degree, int largest> struct ShortPower {
     };
 
     [[gnu::always_inline]] static Exponent exponent(V x, V y) {
-        const LogarithmReduction at(x);
+        const LogarithmReduction at(without_sign(x));
         V reciprocal, logarithm;
         look_up_modulo(power_binary_pairs, at.interval, reciprocal, logarithm);
         const V r = at.mantissa * reciprocal - 1;
-        V slope; // 64 log2(1 + r) / r
-        if constexpr (log_degree == 2)
-            slope = 92.33255575058392 + r * -46.166351009016985;
-        else if constexpr (log_degree == 3)
-            slope = 92.33248261678844 + r * (-46.16632358441558 + r * 30.777604105519874);
-        else if constexpr (log_degree == 4)
-            slope = (92.33248261684152 + r * -46.16624130827305) +
-                    r * r * (30.777581966107206 + r * -23.083230354902184);
-        else
-            slope = (92.33248261689366 + r * -46.166241308338215) +
-                    r * r * ((30.777494205389168 + r * -23.083212071434) + r * r * 18.46660622412267);
-        return {y * ((at.exponent * 64 + logarithm) + r * slope)};
+        return {y * ((at.exponent * 64 + logarithm) + r * binary_slope<4>(r))};
     }
 
-    [[gnu::always_inline]] static V power(const Exponent &e) { return two_to_64ths<exp_degree>(e.sum); }
+    [[gnu::always_inline]] static V power(const Exponent &e) { return two_to_64ths<3>(e.sum); }
+};
+
+// 2^(j/steps), from the table of 64ths.
+template <class T, std::uint64_t steps> struct Roots {
+    T value[steps];
+    consteval Roots() : value() {
+        constexpr double two_to_128th = 0x1.0163da9fb3335p+0;
+        static_assert(steps == 64 || steps == 128);
+        for (std::uint64_t j = 0; j < steps; ++j) {
+            const double root = exponential_absolute[j * 64 / steps].hi;
+            value[j] = static_cast<T>(j * 64 % steps == 0 ? root : root * two_to_128th);
+        }
+    }
+};
+template <class T, std::uint64_t steps> alignas(64) inline constexpr Roots<T, steps> roots;
+
+// 64 y log2 |x| of four single-precision elements, in double lanes.
+template <Accuracy A> struct SinglePower {
+    using V = Lanes<double>;
+    using F = Lanes<float>;
+    using Words = Lanes<std::int32_t>;
+    static constexpr bool high = A == Accuracy::high;
+    static constexpr int log_degree = high ? 5 : A == Accuracy::low ? 3 : 2;
+    static constexpr std::uint64_t steps = high ? 128 : 64; // to a binade
+    static constexpr double limit = 64 * 126;
+
+    struct Exponent {
+        Halves sum;
+        double size() const { return sum.low[0]; }
+    };
+
+    [[gnu::always_inline]] static Exponent exponent(F x, F y) {
+        constexpr std::int32_t below_one = LogarithmReduction::below_one >> 29, one = top_word(1.0f);
+        const Words moved = wrapping_sum(bits_of(x), Words{} + below_one);
+        const Halves z =
+            widened(std::bit_cast<F>(wrapping_sum(moved & 0x007FFFFF, Words{} + (one - below_one))));
+        // The biased exponent under a leading bit, so that it counts 64.
+        constexpr std::int32_t upper = top_word(0x1p35);
+        constexpr double lower = 0x1p35 + 64 * 127;
+        const auto field = std::bit_cast<__m128i>(moved & 0x7F800000);
+        const auto uppers = std::bit_cast<__m128i>(Words{} + upper);
+        const V k_low = std::bit_cast<V>(_mm_unpacklo_epi32(field, uppers)) - lower;
+        const V k_high = std::bit_cast<V>(_mm_unpackhi_epi32(field, uppers)) - lower;
+        const IntegerPair intervals(moved);
+        const Halves factor = widened(y);
+        return {{factor.low * logarithm(z.low, k_low, intervals.low),
+                 factor.high * logarithm(z.high, k_high, intervals.high)}};
+    }
+
+    [[gnu::always_inline]] static F power(const Exponent &e) {
+        constexpr double shifter = 0x1.8p+52 * 64 / steps; // rounds to steps by addition
+        const V low = e.sum.low + shifter, high_half = e.sum.high + shifter;
+        const Halves rest{e.sum.low - (low - shifter), e.sum.high - (high_half - shifter)};
+        const Words n = low_words(bits_of(low), bits_of(high_half));
+        const IntegerPair at(n);
+        constexpr auto &root = roots<std::conditional_t<high, double, float>, steps>.value;
+        F mantissa;
+        if constexpr (high) {
+            const auto of_rest = [](V u, std::uint64_t j) {
+                const V r{root[j % steps], root[(j >> 32) % steps]};
+                return r + r * (u * (0.010830424696257182 +
+                                     u * (5.864907923336629e-05 + u * 2.1173125399520786e-07)));
+            };
+            mantissa = narrowed({of_rest(rest.low, at.low), of_rest(rest.high, at.high)});
+        } else {
+            const F u = narrowed(rest);
+            const F r{root[at.low % steps], root[(at.low >> 32) % steps], root[at.high % steps],
+                      root[(at.high >> 32) % steps]};
+            if constexpr (A == Accuracy::low)
+                mantissa = r + r * (u * (0.0108304644f + u * 5.8649049e-05f));
+            else
+                mantissa = r + r * (u * 0.0108303188f);
+        }
+        // n's bits above the steps, at the exponent's place
+        return from_bits<F>(wrapping_sum(bits_of(mantissa), (n & -static_cast<std::int32_t>(steps))
+                                                                << (23 - std::countr_zero(steps))));
+    }
+
+  private:
+    // Of two elements; interval: in the low bits of either half.
+    [[gnu::always_inline]] static V logarithm(V z, V k, std::uint64_t interval) {
+        V reciprocal, log_of_c;
+        look_up_pairs(power_binary_pairs[(interval >> 15) % 256], power_binary_pairs[(interval >> 47) % 256],
+                      reciprocal, log_of_c);
+        const V r = z * reciprocal - 1;
+        return (k + log_of_c) + r * binary_slope<log_degree>(r);
+    }
 };
 
 template <class T, Accuracy A, class Method> struct PowerLanes {
     static constexpr int pass = 16;
     static constexpr T padding = 1;
+    using Range = PowerRange<Lanes<T>>;
 
-    template <class V> static IntegersOf<V> special(V x, V y) { return PowerRange<V>::special(x, y); }
+    template <class V> static IntegersOf<V> special(V x, V y) { return Range::special(x, y); }
 
-    template <class V> [[gnu::always_inline]] static V value(V x, V y) {
-        using Range = PowerRange<V>;
-        const V usual = from_bits<V>(bits_of(y) & ~Range::outside_of_y(y));
-        const V size = from_bits<V>(bits_of(x) & ~sign_bit<T>);
-        const auto odd = bits_of(usual + Range::shifter) << (8 * sizeof(T) - 1);
-        const auto power = [](Lanes<double> a, Lanes<double> b) {
-            return Method::power(Method::exponent(a, b));
-        };
-        V r;
-        if constexpr (sizeof(T) == 8)
-            r = power(size, usual);
-        else
-            r = through_double(power, size, usual);
-        return from_bits<V>(bits_of(r) | (odd & bits_of(x)));
+    template <class V> [[gnu::always_inline]] static auto start(V x, V y) {
+        return Method::exponent(x, usual(y));
     }
+
+    template <class V>
+    [[gnu::always_inline]] static V finish(const typename Method::Exponent &exponent, V x, V y) {
+        const auto odd = bits_of(usual(y) + Range::shifter) << (8 * sizeof(T) - 1);
+        return from_bits<V>(bits_of(Method::power(exponent)) | (odd & bits_of(x)));
+    }
+
+    template <class V> [[gnu::always_inline]] static V value(V x, V y) { return finish(start(x, y), x, y); }
 
     // Arguments that only the estimates keep from the lanes have their values from them.
     [[gnu::noinline, gnu::cold]] static Status eval(T x, T y, T &r) noexcept {
         using V = Lanes<T>;
-        using Range = PowerRange<V>;
         const V a = broadcast<V>(x), b = broadcast<V>(y);
         const auto outside_of_x = [a](std::int32_t masked) {
             return mask_of(outside_window(a, top_word(std::numeric_limits<T>::min()),
@@ -211,26 +306,38 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
         }
         const auto unfit = Range::outside_of_y(b) | (bits_of(a) & ~Range::integer(b));
         if ((mask_of(unfit) | outside_of_x(Range::magnitude)) == 0) {
-            const auto exponent =
-                Method::exponent(broadcast<Lanes<double>>(std::fabs(static_cast<double>(x))),
-                                 broadcast<Lanes<double>>(static_cast<double>(y)));
+            const auto exponent = start(a, b);
             if (std::fabs(exponent.size()) < Method::limit) {
-                r = value(a, b)[0];
+                r = finish(exponent, a, b)[0];
                 return status_ok;
             }
         }
         return Powx<A>::eval(x, y, r);
     }
+
+  private:
+    template <class V> static V usual(V y) { return from_bits<V>(bits_of(y) & ~Range::outside_of_y(y)); }
 };
 
 template <Accuracy A>
 using PowerDouble =
-    PowerLanes<double, A,
-               std::conditional_t<A == Accuracy::enhanced_performance, ShortPower<4, 3, 1022>, LongPower<A>>>;
-template <Accuracy A>
-using PowerSingle = PowerLanes<
-    float, A,
-    std::conditional_t<A == Accuracy::high, ShortPower<5, 4, 126>,
-                       std::conditional_t<A == Accuracy::low, ShortPower<3, 2, 126>, ShortPower<2, 1, 126>>>>;
+    PowerLanes<double, A, std::conditional_t<A == Accuracy::enhanced_performance, ShortPower, LongPower<A>>>;
+template <Accuracy A> using PowerSingle = PowerLanes<float, A, SinglePower<A>>;
+
+// Powr is Pow over positive x; the rest of the line is its own.
+template <class Power> struct PositivePower : Power {
+    template <class V> static IntegersOf<V> special(V x, V y) { return Power::special(x, y) | bits_of(x); }
+
+    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T y, T &r) noexcept {
+        constexpr T infinity = std::numeric_limits<T>::infinity();
+        const auto outside = outside_window(broadcast<Lanes<T>>(x), 1, top_word(infinity)) |
+                             outside_window(broadcast<Lanes<T>>(y), 0, top_word(infinity),
+                                            std::numeric_limits<std::int32_t>::max());
+        return mask_of(outside) != 0 ? Powr::eval(x, y, r) : Power::eval(x, y, r);
+    }
+};
+
+using PowrDouble = PositivePower<PowerDouble<Accuracy::high>>;
+using PowrSingle = PositivePower<PowerSingle<Accuracy::high>>;
 
 } // namespace qor::fyn

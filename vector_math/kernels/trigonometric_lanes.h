@@ -14,9 +14,9 @@
 // Double: c r is r less (1 - c) r, or the same with -1, so that its leading part is exact and the sum s + r
 // keeps what rounding takes away; only the last two additions round near the result's last place. 1 - cos r
 // and r - sin r: approximation errors below 2^-61 of the result.
-// Single: in double precision without the small parts, and reduced by one product: the leading 28 bits of
-// 64/pi make it exact, and what the others give is added to the fraction f of a step. The polynomials in f
-// have errors below 2^-46 (2^-44 where |x| is above 10^6); rounded to float once.
+// Single: four at a time in double precision without the small parts, and reduced by one product: the leading
+// 28 bits of 64/pi make it exact, and what the others give is added to the fraction f of a step. The
+// polynomials in f have errors below 2^-46 (2^-44 where |x| is above 10^6); rounded to float once.
 //
 // Zeros, tiny arguments and those from 0x1.92p+21 on are special; the last are divided by 2 pi in integers,
 // and then the same sums serve.
@@ -127,22 +127,42 @@ template <int quarters> [[gnu::always_inline]] inline V sine_plus_quarters(const
            (((s * cosine_term(square) + (signed_r - lack) * sine_term(square)) * square + small) - lack);
 }
 
-// Both functions of a single-precision argument, to about 2^-46.
+// Four single-precision arguments; of n the low bits count.
+struct ReducedSingles {
+    V f_low, f_high;
+    Lanes<std::int32_t> n;
+};
+
+inline ReducedSingles reduce(Lanes<float> x) {
+    const Halves halves = widened(x);
+    const ReducedSteps low = reduce_single(halves.low), high = reduce_single(halves.high);
+    return {low.f, high.f, low_words(low.n, high.n)};
+}
+
+// Both functions of two of them, to about 2^-46; n has the steps in the low bits of either half.
 struct SingleAngle {
     V s, c, sine_of_rest, cosine_of_rest;
-    explicit SingleAngle(V x) {
-        const ReducedSteps reduced = reduce_single(x);
-        const V u = reduced.f * reduced.f;
+    SingleAngle(V f, std::uint64_t n) {
+        const V u = f * f;
         cosine_of_rest = (u * 2.419105137755519e-07 - 0.0012047856927529471) * u + 0.9999999999999893;
-        sine_of_rest =
-            reduced.f * ((u * 2.3749721791707613e-09 - 1.9713259806406893e-05) * u + 0.04908738521234044);
-        const Entries entries(reduced.n);
-        s = entries.of(angle_sines);
-        c = entries.of(angle_sines + steps_of_quarter);
+        sine_of_rest = f * ((u * 2.3749721791707613e-09 - 1.9713259806406893e-05) * u + 0.04908738521234044);
+        const std::uint64_t first = n % steps_of_turn, second = (n >> 32) % steps_of_turn;
+        s = V{angle_sines[first], angle_sines[second]};
+        c = V{angle_sines[first + steps_of_quarter], angle_sines[second + steps_of_quarter]};
     }
     V sine() const { return s * cosine_of_rest + c * sine_of_rest; }
     V cosine() const { return c * cosine_of_rest - s * sine_of_rest; }
 };
+
+template <int quarters>
+[[gnu::always_inline]] inline Lanes<float> sine_plus_quarters(const ReducedSingles &x) {
+    const IntegerPair n(x.n);
+    const SingleAngle low(x.f_low, n.low), high(x.f_high, n.high);
+    if constexpr (quarters == 0)
+        return narrowed({low.sine(), high.sine()});
+    else
+        return narrowed({low.cosine(), high.cosine()});
+}
 
 // A finite argument from 2^21 on: x / (2 pi) less whole turns, by multiplying with the bits that matter.
 inline Reduced reduce_special(double x) {
@@ -186,17 +206,11 @@ template <int quarters> struct SineLanes {
 
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
-    template <class W> [[gnu::always_inline]] static W value(W x) {
-        if constexpr (sizeof(ElementOf<W>) == 8)
-            return angle_lanes::sine_plus_quarters<quarters>(angle_lanes::reduce(x));
-        else
-            return through_double(
-                [](Lanes<double> v) {
-                    const angle_lanes::SingleAngle angle(v);
-                    return quarters == 0 ? angle.sine() : angle.cosine();
-                },
-                x);
+    template <class W> [[gnu::always_inline]] static auto start(W x) { return angle_lanes::reduce(x); }
+    template <class W> [[gnu::always_inline]] static W finish(const auto &reduced, W) {
+        return angle_lanes::sine_plus_quarters<quarters>(reduced);
     }
+    template <class W> [[gnu::always_inline]] static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
         Status status = status_ok;
@@ -220,16 +234,13 @@ struct SinCosLanes {
 
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
+    template <class W> [[gnu::always_inline]] static auto start(W x) { return angle_lanes::reduce(x); }
+    template <class W> [[gnu::always_inline]] static void finish(const auto &reduced, W, W &sine, W &cosine) {
+        sine = angle_lanes::sine_plus_quarters<0>(reduced);
+        cosine = angle_lanes::sine_plus_quarters<1>(reduced);
+    }
     template <class W> [[gnu::always_inline]] static void value(W x, W &sine, W &cosine) {
-        if constexpr (sizeof(ElementOf<W>) == 8) {
-            sine = SinLanes::value(x);
-            cosine = CosLanes::value(x);
-        } else {
-            const Halves halves = widened(x);
-            const angle_lanes::SingleAngle low(halves.low), high(halves.high);
-            sine = narrowed({low.sine(), high.sine()});
-            cosine = narrowed({low.cosine(), high.cosine()});
-        }
+        finish(start(x), x, sine, cosine);
     }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &sine, T &cosine) noexcept {
