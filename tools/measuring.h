@@ -6,6 +6,7 @@
 //   static void exact(mpfr_t y, double x, double r);  y = f(x); r is near it
 #pragma once
 
+#include "tools/ulps.h"
 #include "vector_math/frame/lanes.h"
 
 #include <algorithm>
@@ -44,18 +45,7 @@ template <class F, class T> Lanes<T> results(Lanes<T> x) {
     return r;
 }
 
-// In units of T's last place at y, subnormals taken as they are.
-template <class T> double settled_error(const mpfr_t y, T r) {
-    mpfr_t difference;
-    mpfr_init2(difference, 200);
-    mpfr_sub_d(difference, y, static_cast<double>(r), MPFR_RNDN);
-    const int place = std::max(static_cast<int>(mpfr_get_exp(y)) - std::numeric_limits<T>::digits,
-                               std::numeric_limits<T>::min_exponent - std::numeric_limits<T>::digits);
-    mpfr_mul_2si(difference, difference, -place, MPFR_RNDN);
-    const double error = std::fabs(mpfr_get_d(difference, MPFR_RNDN));
-    mpfr_clear(difference);
-    return error;
-}
+template <class T> double settled_error(mpfr_srcptr y, T r) { return reference::error_in_ulps(y, r, y); }
 
 template <class Subject, class T> double settled_error(double x, T r) {
     mpfr_t y;
@@ -125,9 +115,11 @@ template <class Subject, class F, class Spread> void sampled(const char *name, l
     std::fflush(stdout);
 }
 
-// Prints the largest error of F over every single-precision argument, and how many results are not the
-// nearest float. MPFR decides where Wide, the double-precision kernel, is too near a tie.
-template <class Subject, class F, class Wide> void every_single(const char *name) {
+// Prints the largest error of F over every single-precision argument, or over every stride-th group of four,
+// and how many results are not the nearest float. MPFR decides where Wide, the double-precision kernel, is too
+// near a tie.
+template <class Subject, class F, class Wide>
+void every_single(const char *name, std::uint64_t stride = 1) {
     struct Count {
         long wrong = 0, nans = 0, bad_nans = 0;
         double largest = 0;
@@ -137,7 +129,7 @@ template <class Subject, class F, class Wide> void every_single(const char *name
     in_threads([&](unsigned t) {
         Count &count = counts[t];
         constexpr std::uint64_t all = std::uint64_t{1} << 32;
-        for (std::uint64_t bits = 4 * t; bits < all; bits += 4 * threads) {
+        for (std::uint64_t bits = 4 * t * stride; bits < all; bits += 4 * threads * stride) {
             Lanes<float> x;
             for (unsigned lane = 0; lane < 4; ++lane)
                 x[lane] = std::bit_cast<float>(static_cast<std::uint32_t>(bits + lane));
@@ -180,7 +172,8 @@ template <class Subject, class F, class Wide> void every_single(const char *name
             sum.argument = counts[t].argument;
         }
     }
-    std::printf("%-36s        2^32  %.9g  %a\n", name, sum.largest, static_cast<double>(sum.argument));
+    std::printf("%-36s %11.0f  %.9g  %a\n", name, 0x1p32 / static_cast<double>(stride), sum.largest,
+                static_cast<double>(sum.argument));
     std::printf("    not nearest: %ld; NaN results: %ld; wrong NaN, infinity or zero: %ld\n", sum.wrong,
                 sum.nans, sum.bad_nans);
     for (std::size_t i = 0; i < sum.misrounded.size() && sum.wrong <= 16; ++i)

@@ -9,13 +9,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <mpc.h>
 
 #include "reference_writer.h"
+#include "true_values_complex.h"
 
 using reference::Big;
-using Unary = int (*)(mpc_ptr, mpc_srcptr, mpc_rnd_t);
-using Binary = int (*)(mpc_ptr, mpc_srcptr, mpc_srcptr, mpc_rnd_t);
+using reference::BigComplex;
+using reference::complex_function;
 
 static std::uint64_t state = 20261121;
 
@@ -38,14 +38,6 @@ static double random_scaled(int low, int high) {
 }
 
 static int highest() { return single ? 127 : 1023; }
-
-struct MpcNumber {
-    mpc_t value;
-    MpcNumber() { mpc_init2(value, reference::precision); }
-    MpcNumber(double re, double im) : MpcNumber() { mpc_set_d_d(value, re, im, MPC_RNDNN); }
-    MpcNumber(const MpcNumber &) = delete;
-    ~MpcNumber() { mpc_clear(value); }
-};
 
 static double overflow_limit() { return 0x1.ffffffp+127; } // of single precision
 
@@ -77,7 +69,7 @@ static void write(const char *name, std::initializer_list<double> arguments, mpc
     for (double x : arguments)
         finite = finite && std::isfinite(x);
     Big re = clipped(mpc_realref(r)), im = clipped(mpc_imagref(r));
-    reference::write_row(single ? 'c' : 'z', name, arguments, {&re, &im}, status_of(r, finite, pole));
+    reference::write_row(single ? 'c' : 'z', name, arguments, {re, im}, status_of(r, finite, pole));
 }
 
 static bool is(double x, double y, double re, double im) {
@@ -86,30 +78,26 @@ static bool is(double x, double y, double re, double im) {
 
 struct UnaryFunction {
     const char *name;
-    Unary f;
     int low, high;         // exponents of ordinary arguments
     double pole_re, pole_im; // up to signs; NaN where there is none
 };
 
-static int log_of(mpc_ptr r, mpc_srcptr z, mpc_rnd_t m) { return mpc_log(r, z, m); }
-static int log10_of(mpc_ptr r, mpc_srcptr z, mpc_rnd_t m) { return mpc_log10(r, z, m); }
-
 static const double none = NAN;
 static const UnaryFunction unary[] = {
-    {"Exp", mpc_exp, -4, 6, none, none},    {"Ln", log_of, -10, 10, 0, 0},
-    {"Log10", log10_of, -10, 10, 0, 0},     {"Sqrt", mpc_sqrt, -10, 10, none, none},
-    {"Sin", mpc_sin, -6, 6, none, none},    {"Cos", mpc_cos, -6, 6, none, none},
-    {"Tan", mpc_tan, -6, 5, none, none},    {"Sinh", mpc_sinh, -6, 6, none, none},
-    {"Cosh", mpc_cosh, -6, 6, none, none},  {"Tanh", mpc_tanh, -6, 5, none, none},
-    {"Asin", mpc_asin, -8, 8, none, none},  {"Acos", mpc_acos, -8, 8, none, none},
-    {"Atan", mpc_atan, -8, 8, 0, 1},        {"Asinh", mpc_asinh, -8, 8, none, none},
-    {"Acosh", mpc_acosh, -8, 8, none, none}, {"Atanh", mpc_atanh, -8, 8, 1, 0},
+    {"Exp", -4, 6, none, none},    {"Ln", -10, 10, 0, 0},
+    {"Log10", -10, 10, 0, 0},     {"Sqrt", -10, 10, none, none},
+    {"Sin", -6, 6, none, none},    {"Cos", -6, 6, none, none},
+    {"Tan", -6, 5, none, none},    {"Sinh", -6, 6, none, none},
+    {"Cosh", -6, 6, none, none},  {"Tanh", -6, 5, none, none},
+    {"Asin", -8, 8, none, none},  {"Acos", -8, 8, none, none},
+    {"Atan", -8, 8, 0, 1},        {"Asinh", -8, 8, none, none},
+    {"Acosh", -8, 8, none, none}, {"Atanh", -8, 8, 1, 0},
 };
 
 static void unary_row(const UnaryFunction &f, double x, double y) {
-    MpcNumber z(x, y), r;
-    f.f(r.value, z.value, MPC_RNDNN);
-    write(f.name, {x, y}, r.value, is(x, y, f.pole_re, f.pole_im));
+    BigComplex z(x, y), r;
+    complex_function(f.name).value(r, z, MPC_RNDNN);
+    write(f.name, {x, y}, r, is(x, y, f.pole_re, f.pole_im));
 }
 
 static void unary_rows(const UnaryFunction &f, int many) {
@@ -200,50 +188,43 @@ static void special_rows() {
     };
     for (auto &row : rows) {
         Big re(row.re), im(row.im);
-        reference::write_row(single ? 'c' : 'z', row.name, {row.x, row.y}, {&re, &im}, row.status);
+        reference::write_row(single ? 'c' : 'z', row.name, {row.x, row.y}, {re, im}, row.status);
     }
 }
 
-static int mul_by_conj(mpc_ptr r, mpc_srcptr a, mpc_srcptr b, mpc_rnd_t m) {
-    MpcNumber c;
-    mpc_conj(c.value, b, m);
-    return mpc_mul(r, a, c.value, m);
-}
-
-static void binary_row(const char *name, Binary f, double a, double b, double c, double d) {
-    MpcNumber x(a, b), y(c, d), r;
-    f(r.value, x.value, y.value, MPC_RNDNN);
-    write(name, {a, b, c, d}, r.value, false);
+static void binary_row(const char *name, double a, double b, double c, double d) {
+    BigComplex x(a, b), y(c, d), r;
+    complex_function(name).value_of_two(r, x, y, MPC_RNDNN);
+    write(name, {a, b, c, d}, r, false);
 }
 
 static void binary_rows(int many) {
     struct {
         const char *name;
-        Binary f;
         bool sum, power;
-    } const functions[] = {{"Add", mpc_add, true, false},  {"Sub", mpc_sub, true, false},
-                           {"Mul", mpc_mul, false, false}, {"MulByConj", mul_by_conj, false, false},
-                           {"Div", mpc_div, false, false}, {"Pow", mpc_pow, false, true},
-                           {"Powx", mpc_pow, false, true}};
+    } const functions[] = {{"Add", true, false},  {"Sub", true, false},
+                           {"Mul", false, false}, {"MulByConj", false, false},
+                           {"Div", false, false}, {"Pow", false, true},
+                           {"Powx", false, true}};
     for (auto &f : functions) {
         int top = highest();
         for (int i = 0; i < 14 * many; ++i)
-            binary_row(f.name, f.f, random_scaled(-4, 4), random_scaled(-4, 4), random_scaled(-4,
+            binary_row(f.name, random_scaled(-4, 4), random_scaled(-4, 4), random_scaled(-4,
                 f.power ? 2 : 4),
                        random_scaled(-4, f.power ? 2 : 4));
         if (f.power) {
             for (int i = 0; i < 6 * many; ++i) // whole powers
-                binary_row(f.name, f.f, random_scaled(-1, 1), random_scaled(-3, 1),
+                binary_row(f.name, random_scaled(-1, 1), random_scaled(-3, 1),
                            std::floor(random_scaled(0, 5)), 0);
             for (int i = 0; i < 6 * many; ++i) // positive base, real exponent
-                binary_row(f.name, f.f, std::fabs(random_scaled(-8, 8)), 0, random_scaled(-4, 3), 0);
+                binary_row(f.name, std::fabs(random_scaled(-8, 8)), 0, random_scaled(-4, 3), 0);
             for (int i = 0; i < 6 * many; ++i)
-                binary_row(f.name, f.f, random_scaled(-90, 90), random_scaled(-90, 90), random_scaled(-6,
+                binary_row(f.name, random_scaled(-90, 90), random_scaled(-90, 90), random_scaled(-6,
                     4), 0);
-            binary_row(f.name, f.f, 1, 1, 2, 0);
-            binary_row(f.name, f.f, 1, 1, -3, 0);
-            binary_row(f.name, f.f, 3, -4, 5, 0);
-            binary_row(f.name, f.f, single ? 0x1p+100 : 0x1p+1000, 1, 3, 0.5);
+            binary_row(f.name, 1, 1, 2, 0);
+            binary_row(f.name, 1, 1, -3, 0);
+            binary_row(f.name, 3, -4, 5, 0);
+            binary_row(f.name, single ? 0x1p+100 : 0x1p+1000, 1, 3, 0.5);
             continue;
         }
         // Cancellation in one component: b = conj(a) (1 + a few ulp), or a itself.
@@ -251,25 +232,25 @@ static void binary_rows(int many) {
             double a = random_scaled(-1, 1), b = random_scaled(-1, 1),
                 nudge = 1 + (i % 4) * (single ? 0x1p-22 : 0x1p-51);
             double c = a * nudge;
-            binary_row(f.name, f.f, a, b, b, single ? static_cast<float>(c) : c);
-            binary_row(f.name, f.f, a, b, single ? static_cast<float>(c) : c, i & 1 ? b : -b);
+            binary_row(f.name, a, b, b, single ? static_cast<float>(c) : c);
+            binary_row(f.name, a, b, single ? static_cast<float>(c) : c, i & 1 ? b : -b);
         }
         int wide = f.sum ? top : top / 2;
         for (int i = 0; i < 5 * many; ++i)
-            binary_row(f.name, f.f, random_scaled(-wide, wide), random_scaled(-wide, wide),
+            binary_row(f.name, random_scaled(-wide, wide), random_scaled(-wide, wide),
                        random_scaled(-wide, wide), random_scaled(-wide, wide));
         // Both ends of the range at once.
         for (int i = 0; i < 6 * many; ++i) {
             bool quotient = !std::strcmp(f.name, "Div");
             int e = i & 1 ? top - 1 : 4 - top, g = quotient ? e : -e;
-            binary_row(f.name, f.f, random_scaled(e, e + 1), random_scaled(e - 2, e), random_scaled(g - 2, g),
+            binary_row(f.name, random_scaled(e, e + 1), random_scaled(e - 2, e), random_scaled(g - 2, g),
                        random_scaled(g - 2, g + 1));
         }
     }
     double big = std::ldexp(1, highest());
-    binary_row("Mul", mpc_mul, big, big, big, 1);
-    binary_row("MulByConj", mul_by_conj, big, big, big, 1);
-    binary_row("Div", mpc_div, big, big, 0.25, 0.25);
+    binary_row("Mul", big, big, big, 1);
+    binary_row("MulByConj", big, big, big, 1);
+    binary_row("Div", big, big, 0.25, 0.25);
     struct {
         const char *name;
         double a, b, c, d, re, im;
@@ -285,7 +266,7 @@ static void binary_rows(int many) {
                           {"Pow", NAN, 1, 2, 1, NAN, NAN, 0},    {"Powx", 3, 1, NAN, 1, NAN, NAN, 0}};
     for (auto &row : specials) {
         Big re(row.re), im(row.im);
-        reference::write_row(single ? 'c' : 'z', row.name, {row.a, row.b, row.c, row.d}, {&re, &im},
+        reference::write_row(single ? 'c' : 'z', row.name, {row.a, row.b, row.c, row.d}, {re, im},
             row.status);
     }
 }
@@ -293,15 +274,15 @@ static void binary_rows(int many) {
 static void other_rows(int many) {
     char type = single ? 'c' : 'z';
     auto plane = [type](double x, double y) {
-        Big a(x), b(y), abs, arg, minus;
-        mpfr_hypot(abs, a, b, MPFR_RNDN);
-        mpfr_atan2(arg, b, a, MPFR_RNDN);
-        mpfr_neg(minus, b, MPFR_RNDN);
-        Big clip = clipped(abs);
+        BigComplex z(x, y), abs, arg, conj;
+        complex_function("Abs").value(abs, z, MPC_RNDNN);
+        complex_function("Arg").value(arg, z, MPC_RNDNN);
+        complex_function("Conj").value(conj, z, MPC_RNDNN);
+        Big clip = clipped(mpc_realref(abs.value));
         bool finite = std::isfinite(x) && std::isfinite(y);
-        reference::write_row(type, "Abs", {x, y}, {&clip}, finite && mpfr_inf_p(clip) ? 3 : 0);
-        reference::write_row(type, "Arg", {x, y}, {&arg}, 0);
-        reference::write_row(type, "Conj", {x, y}, {&a, &minus}, 0);
+        reference::write_row(type, "Abs", {x, y}, {clip}, finite && mpfr_inf_p(clip) ? 3 : 0);
+        reference::write_row(type, "Arg", {x, y}, {mpc_realref(arg.value)}, 0);
+        reference::write_row(type, "Conj", {x, y}, {mpc_realref(conj.value), mpc_imagref(conj.value)}, 0);
     };
     int top = highest();
     const double values[] = {0., -0., 1, -1, inf, -inf, std::ldexp(1.5, top), std::ldexp(1, 1 - top)};
@@ -315,12 +296,12 @@ static void other_rows(int many) {
     }
     for (double y : {inf, static_cast<double>(NAN)}) {
         Big n(NAN);
-        reference::write_row(type, "CIS", {y}, {&n, &n}, std::isinf(y) ? 1 : 0);
+        reference::write_row(type, "CIS", {y}, {n, n}, std::isinf(y) ? 1 : 0);
     }
     auto circle = [type](double y) {
-        Big a(y), c, s;
-        mpfr_sin_cos(s, c, a, MPFR_RNDN);
-        reference::write_row(type, "CIS", {y}, {&c, &s}, 0);
+        BigComplex r;
+        complex_function("CIS").value(r, BigComplex(y, 0), MPC_RNDNN);
+        reference::write_row(type, "CIS", {y}, {mpc_realref(r.value), mpc_imagref(r.value)}, 0);
     };
     for (double y : {0., -0., 0x1.921fb6p+0, 0x1.921fb6p+1, -0x1.921fb6p+19, std::ldexp(1.5, top),
         std::ldexp(1, 3 - top)})

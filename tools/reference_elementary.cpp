@@ -14,12 +14,11 @@
 #include <vector>
 
 #include "reference_writer.h"
+#include "true_values.h"
 
 namespace {
 
 using reference::Big;
-using Unary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
-using Binary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
 
 // Random arguments: of either sign if `both`, evenly spread over [low, high] or over its logarithms.
 struct Stratum {
@@ -28,56 +27,10 @@ struct Stratum {
     bool both = true;
 };
 
-int pow_2_3(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
-    Big square;
-    mpfr_sqr(square, x, rounding);
-    return mpfr_cbrt(r, square, rounding);
-}
-
-int pow_3_2(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) { // +0 at -0; no value left of 0, -inf included
-    Big three_halves(1.5);
-    if (mpfr_cmp_ui(x, 0) < 0) {
-        mpfr_set_nan(r);
-        return 0;
-    }
-    return mpfr_pow(r, x, three_halves, rounding);
-}
-
-int inverse_cube_root(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
-    Big root;
-    mpfr_cbrt(root, x, rounding);
-    return mpfr_ui_div(r, 1, root, rounding);
-}
-
-int inverse_square_root(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) { // minus infinity at -0
-    Big root;
-    mpfr_sqrt(root, x, rounding);
-    return mpfr_ui_div(r, 1, root, rounding);
-}
-
-int exponent_of(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) {
-    if (mpfr_nan_p(x)) {
-        mpfr_set_nan(r);
-    } else if (mpfr_inf_p(x)) {
-        mpfr_set_inf(r, 1);
-    } else if (mpfr_zero_p(x)) {
-        mpfr_set_inf(r, -1);
-        mpfr_set_divby0();
-    } else {
-        mpfr_set_si(r, mpfr_get_exp(x) - 1, rounding);
-    }
-    return 0;
-}
-
-int sine_degrees(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) { return mpfr_sinu(r, x, 360, rounding); }
-int cosine_degrees(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) { return mpfr_cosu(r, x, 360, rounding); }
-int tangent_degrees(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rounding) { return mpfr_tanu(r, x, 360, rounding); }
-
 enum Underflow { passes_tiny_through, reports_underflow };
 
 struct Function {
     const char *name;
-    Unary value, second_value;
     Underflow underflow;
     std::vector<double> edges; // taken with either sign; for `s` rounded to float
     std::vector<Stratum> strata;
@@ -99,88 +52,78 @@ const std::vector<Stratum> degrees = {{1e-9, 1}, {1, 90}, {90, 1e5}, {1e5, 1e18}
 const std::vector<Stratum> unit_interval = {{1e-12, 0.1}, {0.1, 1, false}, {0.99, 1, false}};
 
 const Function functions[] = {
-    {"Exp", mpfr_exp, nullptr, reports_underflow,
+    {"Exp", reports_underflow,
      {88.72283, 88.72284, 87.33654, 87.33655, 103.97207, 103.97208, 709.782712893384, 708.3964185322641,
       745.1332191019411, 745.1332191019412}, {{1e-9, 1}, {1, 80}, {80, 104}, {104, 746, false}}},
-    {"Exp2", mpfr_exp2, nullptr, reports_underflow,
+    {"Exp2", reports_underflow,
      {126, 127, 128, 149, 150, 1022, 1023, 1024, 1074, 1075, 0x1.0c7ffffffffffp10},
      {{1e-9, 1}, {1, 120}, {120, 150}, {150, 1076, false}}},
-    {"Exp10", mpfr_exp10, nullptr, reports_underflow, {3, 10, 22, 38, 38.53184, 45.1545, 308,
+    {"Exp10", reports_underflow, {3, 10, 22, 38, 38.53184, 45.1545, 308,
         308.2547155599167, 323.3},
      {{1e-9, 1}, {1, 37}, {37, 46}, {46, 324, false}}},
-    {"Expm1", mpfr_expm1, nullptr, passes_tiny_through,
+    {"Expm1", passes_tiny_through,
      {0.34657359, 17.4, 37, 88.72283, 88.72284, 709.782712893384, 709.7827128933841, 1e-17},
      {{1e-20, 1e-3}, {1e-3, 1}, {1, 88}, {88, 709}}},
-    {"Ln", mpfr_log, nullptr, passes_tiny_through, {0x1.fffffep-1, 0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp0},
+    {"Ln", passes_tiny_through, {0x1.fffffep-1, 0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp0},
      {{0.5, 2, false, false}, {0.999, 1.001, false, false}, {0, 0, true, false}}},
-    {"Log2", mpfr_log2, nullptr, passes_tiny_through, {4, 8, 0.125, 0x1p100, 0x1p-1074, 0x1.6a09e667f3bcdp0},
+    {"Log2", passes_tiny_through, {4, 8, 0.125, 0x1p100, 0x1p-1074, 0x1.6a09e667f3bcdp0},
      {{0.5, 2, false, false}, {0.999, 1.001, false, false}, {0, 0, true, false}}},
-    {"Log10", mpfr_log10, nullptr, passes_tiny_through, {10, 100, 1e10, 1e22, 0.1, 0x1.6a09e667f3bcdp0},
+    {"Log10", passes_tiny_through, {10, 100, 1e10, 1e22, 0.1, 0x1.6a09e667f3bcdp0},
      {{0.5, 2, false, false}, {0.999, 1.001, false, false}, {0, 0, true, false}}},
-    {"Log1p", mpfr_log1p, nullptr, passes_tiny_through, {0x1.fffffffffffffp-1, 0x1.fffffep-1, -0.2929,
+    {"Log1p", passes_tiny_through, {0x1.fffffffffffffp-1, 0x1.fffffep-1, -0.2929,
         0.4142},
      {{1e-20, 1e-3}, {1e-3, 1}, {0.9, 1}, {1, 100, true, false}, {0, 0, true, false}}},
-    {"Logb", exponent_of, nullptr, passes_tiny_through, {0x1p-130, 3}, all_numbers},
-    {"Pow2o3", pow_2_3, nullptr, passes_tiny_through, {8, 27, 1e-300}, all_numbers},
-    {"Pow3o2", pow_3_2, nullptr, reports_underflow, {4, 9, 0x1p-84, 0x1p-99, 0x1p-100, 0x1p-682, 0x1p-716,
+    {"Logb", passes_tiny_through, {0x1p-130, 3}, all_numbers},
+    {"Pow2o3", passes_tiny_through, {8, 27, 1e-300}, all_numbers},
+    {"Pow3o2", reports_underflow, {4, 9, 0x1p-84, 0x1p-99, 0x1p-100, 0x1p-682, 0x1p-716,
         0x1p-717,
       0x1.965fe8p84, 0x1.965feap84, 0x1.965fea53d6e3cp682, 0x1.965fea53d6e3dp682},
      {{0, 0, true, false}, {1e-40, 1e30, true, false}, {1e-216, 1e-204, true, false}}},
-    {"Cbrt", mpfr_cbrt, nullptr, passes_tiny_through, {8, 27, 0.001, 64, 7.99}, all_numbers},
-    {"InvCbrt", inverse_cube_root, nullptr, passes_tiny_through, {8, 27, 0.125}, all_numbers},
-    {"InvSqrt", inverse_square_root, nullptr, passes_tiny_through, {4, 0.25, 9}, positive_numbers},
-    {"Sin", mpfr_sin, nullptr, passes_tiny_through, angle_edges, angles},
-    {"Cos", mpfr_cos, nullptr, passes_tiny_through, angle_edges, angles},
-    {"Tan", mpfr_tan, nullptr, passes_tiny_through, angle_edges, angles},
-    {"SinCos", mpfr_sin, mpfr_cos, passes_tiny_through, angle_edges, angles},
-    {"Asin", mpfr_asin, nullptr, passes_tiny_through, {0x1.fffffep-1, 0x1.fffffffffffffp-1}, unit_interval},
-    {"Acos", mpfr_acos, nullptr, passes_tiny_through, {0x1.fffffep-1, 0x1.fffffffffffffp-1}, unit_interval},
-    {"Atan", mpfr_atan, nullptr, passes_tiny_through, {0x1p-4, 0x1p120, 0.0625, 0.1875},
+    {"Cbrt", passes_tiny_through, {8, 27, 0.001, 64, 7.99}, all_numbers},
+    {"InvCbrt", passes_tiny_through, {8, 27, 0.125}, all_numbers},
+    {"InvSqrt", passes_tiny_through, {4, 0.25, 9}, positive_numbers},
+    {"Sin", passes_tiny_through, angle_edges, angles},
+    {"Cos", passes_tiny_through, angle_edges, angles},
+    {"Tan", passes_tiny_through, angle_edges, angles},
+    {"SinCos", passes_tiny_through, angle_edges, angles},
+    {"Asin", passes_tiny_through, {0x1.fffffep-1, 0x1.fffffffffffffp-1}, unit_interval},
+    {"Acos", passes_tiny_through, {0x1.fffffep-1, 0x1.fffffffffffffp-1}, unit_interval},
+    {"Atan", passes_tiny_through, {0x1p-4, 0x1p120, 0.0625, 0.1875},
      {{1e-9, 0.1}, {0.1, 10}, {10, 1e18}, {0, 0}}},
-    {"Sinh", mpfr_sinh, nullptr, passes_tiny_through,
+    {"Sinh", passes_tiny_through,
      {0.34657359, 40, 89.41598, 89.41599, 710.4758600739439, 710.475860073944}, {{1e-9, 0.3}, {0.3, 3}, {3,
          89}, {89, 711}}},
-    {"Cosh", mpfr_cosh, nullptr, passes_tiny_through,
+    {"Cosh", passes_tiny_through,
      {0.34657359, 40, 89.41598, 89.41599, 710.4758600739439, 710.475860073944}, {{1e-9, 0.3}, {0.3, 3}, {3,
          89}, {89, 711}}},
-    {"Tanh", mpfr_tanh, nullptr, passes_tiny_through, {0.17328679, 9.01, 19.06, 22},
+    {"Tanh", passes_tiny_through, {0.17328679, 9.01, 19.06, 22},
      {{1e-9, 0.2}, {0.2, 1}, {1, 9}, {9, 22}}},
-    {"Asinh", mpfr_asinh, nullptr, passes_tiny_through, {0x1p60, 0.3}, {{1e-9, 0.3}, {0.3, 3}, {3, 1e9},
+    {"Asinh", passes_tiny_through, {0x1p60, 0.3}, {{1e-9, 0.3}, {0.3, 3}, {3, 1e9},
         {0, 0}}},
-    {"Acosh", mpfr_acosh, nullptr, passes_tiny_through, {0x1.000002p0, 0x1.0000000000001p0, 0x1p60},
+    {"Acosh", passes_tiny_through, {0x1.000002p0, 0x1.0000000000001p0, 0x1p60},
      {{1, 1.001, false, false}, {1, 3, false, false}, {3, 1e9, true, false}, {1, 1e300, true, false}}},
-    {"Atanh", mpfr_atanh, nullptr, passes_tiny_through, {0.17, 0x1.fffffep-1, 0x1.fffffffffffffp-1},
+    {"Atanh", passes_tiny_through, {0.17, 0x1.fffffep-1, 0x1.fffffffffffffp-1},
         unit_interval},
-    {"Sinpi", mpfr_sinpi, nullptr, passes_tiny_through, turn_edges, turns},
-    {"Cospi", mpfr_cospi, nullptr, passes_tiny_through, turn_edges, turns},
-    {"Tanpi", mpfr_tanpi, nullptr, passes_tiny_through, turn_edges, turns},
-    {"SinCospi", mpfr_sinpi, mpfr_cospi, passes_tiny_through, turn_edges, turns},
-    {"Asinpi", mpfr_asinpi, nullptr, passes_tiny_through, {0x1.fffffep-1, 1e-320}, unit_interval},
-    {"Acospi", mpfr_acospi, nullptr, passes_tiny_through, {0x1.fffffep-1, 0x1.fffffffffffffp-1},
+    {"Sinpi", passes_tiny_through, turn_edges, turns},
+    {"Cospi", passes_tiny_through, turn_edges, turns},
+    {"Tanpi", passes_tiny_through, turn_edges, turns},
+    {"SinCospi", passes_tiny_through, turn_edges, turns},
+    {"Asinpi", passes_tiny_through, {0x1.fffffep-1, 1e-320}, unit_interval},
+    {"Acospi", passes_tiny_through, {0x1.fffffep-1, 0x1.fffffffffffffp-1},
         unit_interval},
-    {"Atanpi", mpfr_atanpi, nullptr, passes_tiny_through, {0x1p120, 1e-320, 0x1p-1022, 0.0625},
+    {"Atanpi", passes_tiny_through, {0x1p120, 1e-320, 0x1p-1022, 0.0625},
      {{1e-9, 0.1}, {0.1, 10}, {10, 1e18}, {0, 0}}},
-    {"Sind", sine_degrees, nullptr, passes_tiny_through, degree_edges, degrees},
-    {"Cosd", cosine_degrees, nullptr, passes_tiny_through, degree_edges, degrees},
-    {"Tand", tangent_degrees, nullptr, passes_tiny_through, degree_edges, degrees},
+    {"Sind", passes_tiny_through, degree_edges, degrees},
+    {"Cosd", passes_tiny_through, degree_edges, degrees},
+    {"Tand", passes_tiny_through, degree_edges, degrees},
 };
 
 struct FunctionOfTwo {
     const char *name;
-    Binary value;
     Underflow underflow;
     std::vector<std::pair<double, double>> edges;
     std::vector<std::pair<Stratum, Stratum>> strata;
 };
-
-// The multi-precision library takes powr(1, NaN) for 1; in IEEE 754 every NaN argument gives NaN.
-int powr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t rounding) {
-    if (mpfr_nan_p(x) || mpfr_nan_p(y)) {
-        mpfr_set_nan(r);
-        return 0;
-    }
-    return mpfr_powr(r, x, y, rounding);
-}
 
 constexpr double inf = std::numeric_limits<double>::infinity();
 constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
@@ -215,12 +158,12 @@ const std::vector<std::pair<Stratum, Stratum>> points = {
     {{0.1, 10}, {0.1, 10}}, {{1e-6, 1e6}, {1e-6, 1e6}}, {{0, 0}, {1e-5, 1e5}}, {{0, 0}, {0, 0}}};
 
 const FunctionOfTwo functions_of_two[] = {
-    {"Pow", mpfr_pow, reports_underflow, power_edges, powers},
-    {"Powx", mpfr_pow, reports_underflow, clear_of_overflow(power_edges), powers},
-    {"Powr", powr, reports_underflow, power_edges, powers},
-    {"Hypot", mpfr_hypot, passes_tiny_through, point_edges, points},
-    {"Atan2", mpfr_atan2, reports_underflow, point_edges, points},
-    {"Atan2pi", mpfr_atan2pi, reports_underflow, point_edges, points},
+    {"Pow", reports_underflow, power_edges, powers},
+    {"Powx", reports_underflow, clear_of_overflow(power_edges), powers},
+    {"Powr", reports_underflow, power_edges, powers},
+    {"Hypot", passes_tiny_through, point_edges, points},
+    {"Atan2", reports_underflow, point_edges, points},
+    {"Atan2pi", reports_underflow, point_edges, points},
 };
 
 // The exact result as type T sees it (infinite or zero where T's range ends), and its status.
@@ -283,15 +226,16 @@ template <class T> void print_row(const Function &f, double argument) {
     double x = static_cast<double>(static_cast<T>(argument));
     Big r, second;
     mpfr_clear_flags();
-    f.value(r, Big(x), MPFR_RNDN);
+    const auto &exact = reference::real_function(f.name);
+    exact.value(r, Big(x), MPFR_RNDN);
     int status = status_of<T>(r, std::isfinite(x), std::isnan(x), f.underflow);
     limit_to_range<T>(r);
     char type = sizeof(T) == 4 ? 's' : 'd';
-    if (f.second_value) {
-        f.second_value(second, Big(x), MPFR_RNDN);
-        reference::write_row(type, f.name, {x}, {&r, &second}, status);
+    if (exact.second_value) {
+        exact.second_value(second, Big(x), MPFR_RNDN);
+        reference::write_row(type, f.name, {x}, {r, second}, status);
     } else {
-        reference::write_row(type, f.name, {x}, {&r}, status);
+        reference::write_row(type, f.name, {x}, {r}, status);
     }
 }
 
@@ -299,11 +243,11 @@ template <class T> void print_row(const FunctionOfTwo &f, double first, double s
     double x = static_cast<double>(static_cast<T>(first)), y = static_cast<double>(static_cast<T>(second));
     Big r;
     mpfr_clear_flags();
-    f.value(r, Big(x), Big(y), MPFR_RNDN);
+    reference::real_function(f.name).value_of_two(r, Big(x), Big(y), MPFR_RNDN);
     int status = status_of<T>(r, std::isfinite(x) && std::isfinite(y), std::isnan(x) || std::isnan(y),
         f.underflow);
     limit_to_range<T>(r);
-    reference::write_row(sizeof(T) == 4 ? 's' : 'd', f.name, {x, y}, {&r}, status);
+    reference::write_row(sizeof(T) == 4 ? 's' : 'd', f.name, {x, y}, {r}, status);
 }
 
 template <class T> void print_function(const Function &f, int count, Generator &generator) {

@@ -9,46 +9,30 @@
 // function reports for these arguments, 0 for none.
 #pragma once
 
+#include "big.h"
+
 #include <cstdio>
 #include <initializer_list>
-#include <mpfr.h>
 
 namespace reference {
 
-inline constexpr mpfr_prec_t precision = 400;
-
-// A number of 400 bits.
-struct Big {
-    mpfr_t value;
-    Big() { mpfr_init2(value, precision); }
-    explicit Big(double x) : Big() { mpfr_set_d(value, x, MPFR_RNDN); }
-    Big(const Big &other) : Big() { mpfr_set(value, other.value, MPFR_RNDN); }
-    Big &operator=(const Big &other) {
-        mpfr_set(value, other.value, MPFR_RNDN);
-        return *this;
-    }
-    ~Big() { mpfr_clear(value); }
-    operator mpfr_ptr() { return value; }
-    operator mpfr_srcptr() const { return value; }
-};
-
-inline void write_result(const Big &exact) {
+inline void write_result(mpfr_srcptr exact) {
     double hi = mpfr_get_d(exact, MPFR_RNDN);
     Big rest;
     mpfr_sub_d(rest, exact, hi, MPFR_RNDN);
-    double lo = mpfr_regular_p(exact.value) && hi - hi == 0 ? mpfr_get_d(rest, MPFR_RNDN) : 0.0;
+    double lo = mpfr_regular_p(exact) && hi - hi == 0 ? mpfr_get_d(rest, MPFR_RNDN) : 0.0;
     std::printf(" %a %a", hi, lo);
 }
 
 // `type` is one of s d c z.
 inline void write_row(char type, const char *function, std::initializer_list<double> arguments,
-                      std::initializer_list<const Big *> results, int status) {
+                      std::initializer_list<mpfr_srcptr> results, int status) {
     std::printf("%c%s", type, function);
     for (double x : arguments)
         std::printf(" %a", x);
     std::printf(" ;");
-    for (const Big *r : results)
-        write_result(*r);
+    for (mpfr_srcptr r : results)
+        write_result(r);
     std::printf(" ; %d\n", status);
 }
 

@@ -51,6 +51,13 @@ std::map<std::string, std::vector<Case>> read_cases() {
     return cases;
 }
 
+// The exponent of a unit in the last place at x.
+int unit_exponent(double x, bool single) {
+    int exponent;
+    std::frexp(x, &exponent);
+    return std::max(exponent, single ? -125 : -1021) - (single ? 24 : 53);
+}
+
 // Units in the last place of the precision between a result and an exact value.
 double ulps(double result, std::pair<double, double> exact, bool single) {
     const auto [hi, lo] = exact;
@@ -58,11 +65,8 @@ double ulps(double result, std::pair<double, double> exact, bool single) {
         return std::isnan(hi) && std::isnan(result) ? 0 : INFINITY;
     if (std::isinf(hi) || std::isinf(result) || hi == 0)
         return hi == result && std::signbit(hi) == std::signbit(result) ? 0 : INFINITY;
-    int exponent;
-    std::frexp(hi, &exponent);
-    const int digits = single ? 24 : 53, smallest_normal = single ? -125 : -1021;
     const long double difference = (static_cast<long double>(result) - hi) - lo;
-    return static_cast<double>(std::fabs(std::ldexp(difference, digits - std::max(exponent, smallest_normal))));
+    return static_cast<double>(std::fabs(std::ldexp(difference, -unit_exponent(hi, single))));
 }
 
 std::vector<int> reported;
@@ -89,15 +93,15 @@ struct Reals {
     }
 };
 
-// What a slot promises: ulps of each part, or, for "norm", a relative error of the whole.
+// What a slot promises: ulps of each part, or, after "norm:", of the whole in units of its size.
 double promised(const FunctionRow &row, int slot, bool &by_norm) {
     std::vector<std::string> bounds;
     std::istringstream list(row.bound);
     for (std::string bound; std::getline(list, bound, ',');)
         bounds.push_back(bound);
     const std::string &bound = bounds[bounds.size() == 1 ? 0 : static_cast<std::size_t>(slot)];
-    by_norm = bound == "norm";
-    return bound == "-" ? 0.5000001 : by_norm ? 0x1p-12 : std::atof(bound.c_str());
+    by_norm = bound.starts_with("norm:");
+    return bound == "-" ? 0.5000001 : std::atof(bound.c_str() + (by_norm ? 5 : 0));
 }
 
 void check(const FunctionRow &row, const std::vector<Case> &cases, int slot, bool check_status) {
@@ -147,8 +151,9 @@ void check(const FunctionRow &row, const std::vector<Case> &cases, int slot, boo
             error = std::max(error, ulps(results[k], cases[i].results[k], row.is_single()));
         if (by_norm && std::isfinite(error)) {
             const auto &exact = cases[i].results;
-            error = std::hypot(results[0] - exact[0].first, results[1] - exact[1].first) /
-                    std::hypot(exact[0].first, exact[1].first);
+            const double size = std::hypot(exact[0].first, exact[1].first);
+            error = std::ldexp(std::hypot(results[0] - exact[0].first, results[1] - exact[1].first),
+                               -unit_exponent(size, row.is_single()));
         }
         if (error > worst) {
             worst = error;
