@@ -1,5 +1,6 @@
 // Measures the error of the double-precision exponential, in units of the last place of the result.
-//   g++ -std=c++20 -O2 -ffp-contract=off -pthread -I. tools/measure_exponential.cpp -lmpfr -lgmp -o measure && ./measure
+//   g++ -std=c++20 -O2 -ffp-contract=off -pthread -I. tools/measure_exponential.cpp -lmpfr -lgmp -o measure
+//   && ./measure
 //   ./measure 4          a quarter of the arguments
 //
 // Every argument is compared with a value of about 100 bits made of double-doubles: 2^(j/64) from a table
@@ -90,8 +91,8 @@ double quick_error(double x, double result) {
     const int place = last_place(reference.value.hi, reference.exponent);
     // Both scaled so that the unit is the last place; halves keep the scaling in range.
     const int half = (reference.exponent - place) / 2;
-    const DoubleDouble truth = by_power_of_two(by_power_of_two(reference.value, half),
-                                               reference.exponent - place - half);
+    const DoubleDouble truth =
+        by_power_of_two(by_power_of_two(reference.value, half), reference.exponent - place - half);
     const double scaled_result = std::ldexp(result, -place);
     return std::fabs((truth - scaled_result).hi);
 }
@@ -121,18 +122,24 @@ constexpr Group groups[] = {
     {"lanes, 2^-60 <= |x| < 1", Path::lanes, Spread::binades, -60, 0, 5'000'000},
     {"lanes, near odd multiples of ln2/128", Path::lanes, Spread::near_steps, -708.3, 708.3, 20'000'000},
     {"special, largest results", Path::special, Spread::uniform, 708.3955078125, 709.782712893384, 2'000'000},
-    {"special, normal results at the end", Path::special, Spread::uniform, -708.3964185322641, -708.3955078125, 1'000'000},
+    {"special, normal results at the end", Path::special, Spread::uniform, -708.3964185322641,
+     -708.3955078125, 1'000'000},
     {"special, any normal result", Path::special, Spread::uniform, -708.39, 709.78, 2'000'000},
-    {"special, subnormal results", Path::special, Spread::uniform, -745.13321910194, -708.3964185322642, 2'000'000},
+    {"special, subnormal results", Path::special, Spread::uniform, -745.13321910194, -708.3964185322642,
+     2'000'000},
 };
 
 double argument_of(const Group &group, long k, long count, std::mt19937_64 &random) {
     const double u = static_cast<double>(random() >> 11) * 0x1p-53;
-    const double place = group.from + (group.to - group.from) * ((static_cast<double>(k) + u) / static_cast<double>(count));
+    const double place =
+        group.from + (group.to - group.from) * ((static_cast<double>(k) + u) / static_cast<double>(count));
     switch (group.spread) {
-    case Spread::uniform: return place;
-    case Spread::binades: return random() & 1 ? std::exp2(place) : -std::exp2(place);
-    case Spread::near_steps: break;
+    case Spread::uniform:
+        return place;
+    case Spread::binades:
+        return random() & 1 ? std::exp2(place) : -std::exp2(place);
+    case Spread::near_steps:
+        break;
     }
     // The ends of the reduced interval, where the remainder is largest: within 2^-14 of its length.
     const double half_step = 0x1.62e42fefa39efp-8;
@@ -186,5 +193,6 @@ int main(int argc, char **argv) {
         std::fflush(stdout);
         total += count;
     }
-    std::printf("%ld arguments; quick value off by at most %.1e ulp where MPFR checked it\n", total, filter_error);
+    std::printf("%ld arguments; quick value off by at most %.1e ulp where MPFR checked it\n", total,
+                filter_error);
 }

@@ -7,7 +7,7 @@
 //   ./measure -n COUNT     arguments a function and type, 100000 if not given
 //   ./measure -f NAME      one function
 //   ./measure -o FILE      writes the same results by another measure: complex ones as a whole, the Bessel
-//                          functions and LGamma beside their size around a zero
+//                          functions beside their size around a zero
 //
 // Rows: see the header that the program prints.
 #include "measured_arguments.h"
@@ -38,16 +38,16 @@ const char header[] = R"(# Largest errors found, by tools/measure_functions.cpp:
 # in units in the last place (ulp) of the true value; its argument, and the second one (re,im where
 # complex); error promised; a mark where the promise is broken.
 # Of two results, and of the two parts of a complex one, the worse counts, each in ulp of its own; where
-# "norm:" is promised it is |error| in ulp of |value|. Near zeros of J, Y and, left of 0, LGamma the promise is
-# in ulp of the function's size. Below the normal numbers an ulp is their smallest spacing. Results too large for the type are left out. Arguments are random, denser where
-# a function changes its nature; the seeds are fixed.
+# "norm:" is promised it is |error| in ulp of |value|. Near zeros of J and Y the promise is in ulp of the
+# function's size. Below the normal numbers an ulp is their smallest spacing. Results too large for the type
+# are left out. Arguments are random, denser where a function changes its nature; the seeds are fixed.
 )";
 const char other_header[] =
     R"(# Errors by another measure than accuracy.txt has, in the same columns, by tools/measure_functions.cpp:
 #   ./measure -n %ld -o FILE
 # Complex: |error| in ulp of |value|, the promise being for each part. Bessel functions J and Y beyond their
-# first turn, and LGamma left of 0: in ulp of the function's size around the argument, sqrt(2/(pi x)) or
-# max(1, |x|), where that is larger than the value. Functions whose figure is the same are left out.
+# first turn: in ulp of the function's size around the argument, sqrt(2/(pi x)), where that is larger than the
+# value. Functions whose figure is the same are left out.
 )";
 
 // Errors of one kernel, and the arguments of the largest.
@@ -115,10 +115,8 @@ template <class T> bool in_range(mpfr_srcptr y) {
            std::isfinite(sizeof(T) == 4 ? mpfr_get_flt(y, MPFR_RNDN) : mpfr_get_d(y, MPFR_RNDN));
 }
 
-// What the Bessel functions and the logarithm of gamma amount to around x; 0 where they have no zeros.
+// What the Bessel functions amount to around x; 0 where they have no zeros.
 double size_around(const char *name, double x, double order) {
-    if (!std::strcmp(name, "LGamma"))
-        return x < 0 ? std::fmax(1, -x) : 0;
     const bool bessel = std::strchr("JY", name[0]) && std::strlen(name) == 2;
     const double first_turn = name[1] == 'n' ? std::fabs(order) : name[1] - '0';
     return bessel && std::fabs(x) > std::fmax(0.5, first_turn) ? std::sqrt(2 / (measuring::pi * std::fabs(x)))

@@ -116,10 +116,9 @@ template <class Subject, class F, class Spread> void sampled(const char *name, l
 }
 
 // Prints the largest error of F over every single-precision argument, or over every stride-th group of four,
-// and how many results are not the nearest float. MPFR decides where Wide, the double-precision kernel, is too
-// near a tie.
-template <class Subject, class F, class Wide>
-void every_single(const char *name, std::uint64_t stride = 1) {
+// and how many results are not the nearest float. MPFR decides where Wide, the double-precision kernel, is
+// too near a tie.
+template <class Subject, class F, class Wide> void every_single(const char *name, std::uint64_t stride = 1) {
     struct Count {
         long wrong = 0, nans = 0, bad_nans = 0;
         double largest = 0;

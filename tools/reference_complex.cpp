@@ -72,26 +72,22 @@ static void write(const char *name, std::initializer_list<double> arguments, mpc
     reference::write_row(single ? 'c' : 'z', name, arguments, {re, im}, status_of(r, finite, pole));
 }
 
-static bool is(double x, double y, double re, double im) {
-    return std::fabs(x) == re && std::fabs(y) == im;
-}
+static bool is(double x, double y, double re, double im) { return std::fabs(x) == re && std::fabs(y) == im; }
 
 struct UnaryFunction {
     const char *name;
-    int low, high;         // exponents of ordinary arguments
+    int low, high;           // exponents of ordinary arguments
     double pole_re, pole_im; // up to signs; NaN where there is none
 };
 
 static const double none = NAN;
 static const UnaryFunction unary[] = {
-    {"Exp", -4, 6, none, none},    {"Ln", -10, 10, 0, 0},
-    {"Log10", -10, 10, 0, 0},     {"Sqrt", -10, 10, none, none},
-    {"Sin", -6, 6, none, none},    {"Cos", -6, 6, none, none},
-    {"Tan", -6, 5, none, none},    {"Sinh", -6, 6, none, none},
-    {"Cosh", -6, 6, none, none},  {"Tanh", -6, 5, none, none},
-    {"Asin", -8, 8, none, none},  {"Acos", -8, 8, none, none},
-    {"Atan", -8, 8, 0, 1},        {"Asinh", -8, 8, none, none},
-    {"Acosh", -8, 8, none, none}, {"Atanh", -8, 8, 1, 0},
+    {"Exp", -4, 6, none, none},    {"Ln", -10, 10, 0, 0},        {"Log10", -10, 10, 0, 0},
+    {"Sqrt", -10, 10, none, none}, {"Sin", -6, 6, none, none},   {"Cos", -6, 6, none, none},
+    {"Tan", -6, 5, none, none},    {"Sinh", -6, 6, none, none},  {"Cosh", -6, 6, none, none},
+    {"Tanh", -6, 5, none, none},   {"Asin", -8, 8, none, none},  {"Acos", -8, 8, none, none},
+    {"Atan", -8, 8, 0, 1},         {"Asinh", -8, 8, none, none}, {"Acosh", -8, 8, none, none},
+    {"Atanh", -8, 8, 1, 0},
 };
 
 static void unary_row(const UnaryFunction &f, double x, double y) {
@@ -103,27 +99,32 @@ static void unary_row(const UnaryFunction &f, double x, double y) {
 static void unary_rows(const UnaryFunction &f, int many) {
     const double one_less = single ? 1 - 0x1p-24 : 1 - 0x1p-53, one_more = single ? 1 + 0x1p-23 : 1 + 0x1p-52;
     const double small = std::ldexp(1, -highest() + 20), large = std::ldexp(1, highest() - 3);
-    const double edges[][2] = {{0., 0.},      {-0., 0.},     {0., -0.},    {-0., -0.},  {1., 0.},     {1.,
-        -0.},
-                               {-1., 0.},     {-1., -0.},    {0., 1.},     {-0., 1.},   {0., -1.},    {2.,
-                                   0.},
-                               {2., -0.},     {-2., 0.},     {-2., -0.},   {0., 2.},    {-0., 2.},    {0.,
-                                   -2.},
-                               {one_less, 0.}, {one_more, 0.}, {one_less, small}, {one_more, small}, {1.,
-                                   small},
-                               {small, 1.},   {small, one_more}, {small, small}, {0.5, small}, {small, 0.5},
-                               {0.75, 0.625}, {0.6, 0.8},    {-0.8, 0.6}};
+    const double edges[][2] = {
+        {0., 0.},          {-0., 0.},      {0., -0.},         {-0., -0.},        {1., 0.},      {1., -0.},
+        {-1., 0.},         {-1., -0.},     {0., 1.},          {-0., 1.},         {0., -1.},     {2., 0.},
+        {2., -0.},         {-2., 0.},      {-2., -0.},        {0., 2.},          {-0., 2.},     {0., -2.},
+        {one_less, 0.},    {one_more, 0.}, {one_less, small}, {one_more, small}, {1., small},   {small, 1.},
+        {small, one_more}, {small, small}, {0.5, small},      {small, 0.5},      {0.75, 0.625}, {0.6, 0.8},
+        {-0.8, 0.6}};
     for (auto &e : edges)
         unary_row(f, single ? static_cast<float>(e[0]) : e[0], single ? static_cast<float>(e[1]) : e[1]);
     // Functions that grow exponentially: the ends of the range come early; the others go all the way.
     bool exponential = std::strchr("ESCT", f.name[0]) && std::strcmp(f.name, "Sqrt");
     if (exponential) {
         double end = single ? 89 : 710;
-        const double pairs[][2] = {{end, 1.}, {1., end}, {end, end}, {-end, 1.}, {1., -end}, {end + 1.5,
-            1.25},
-                                   {1.25, end + 1.5}, {end * 1.0625, small}, {small, end * 1.0625},
-                                       {-end - 10, 3.},
-                                   {3., -end - 10}, {0.125, large}, {large, 0.125}};
+        const double pairs[][2] = {{end, 1.},
+                                   {1., end},
+                                   {end, end},
+                                   {-end, 1.},
+                                   {1., -end},
+                                   {end + 1.5, 1.25},
+                                   {1.25, end + 1.5},
+                                   {end * 1.0625, small},
+                                   {small, end * 1.0625},
+                                   {-end - 10, 3.},
+                                   {3., -end - 10},
+                                   {0.125, large},
+                                   {large, 0.125}};
         for (auto &e : pairs) {
             bool far = e[0] == large || e[1] == large;
             if (far && !(e[0] == large ? !std::strcmp(f.name, "Sin") || !std::strcmp(f.name, "Cos")
@@ -165,25 +166,25 @@ static const double inf = INFINITY;
 static void special_rows() {
     const double nan = NAN;
     static const SpecialRow rows[] = {
-        {"Exp", inf, 0, inf, 0, 0},        {"Exp", -inf, 2, -0., 0, 0},     {"Exp", 1, inf, nan, nan, 1},
-        {"Exp", -inf, inf, 0, 0, 0},       {"Exp", inf, 2, -inf, inf, 0},   {"Exp", inf, inf, inf, nan, 0},
-        {"Exp", inf, nan, inf, nan, 0},    {"Exp", nan, 0, nan, 0, 0},      {"Exp", nan, 1, nan, nan, 0},
-        {"Exp", 1, nan, nan, nan, 0},      {"Ln", nan, inf, inf, nan, 0},   {"Ln", inf, 3, inf, 0, 0},
-        {"Ln", nan, 1, nan, nan, 0},       {"Ln", -inf, nan, inf, nan, 0},  {"Sqrt", -inf, 1, 0, inf, 0},
-        {"Sqrt", inf, -1, inf, -0., 0},    {"Sqrt", nan, inf, inf, inf, 0}, {"Sqrt", nan, 1, nan, nan, 0},
-        {"Sqrt", inf, nan, inf, nan, 0},   {"Sinh", inf, 0, inf, 0, 0},     {"Sinh", 1, inf, nan, nan, 1},
-        {"Sinh", inf, 2, -inf, inf, 0},    {"Sinh", nan, 0, nan, 0, 0},     {"Sinh", -inf, 2, inf, inf, 0},
-        {"Sinh", 1, nan, nan, nan, 0},     {"Cosh", inf, 0, inf, 0, 0},     {"Cosh", 1, inf, nan, nan, 1},
-        {"Cosh", -inf, 2, -inf, -inf, 0},  {"Cosh", inf, nan, inf, nan, 0}, {"Cosh", nan, 1, nan, nan, 0},
-        {"Tanh", inf, 2, 1, -0., 0},       {"Tanh", -inf, 1, -1, 0, 0},     {"Tanh", 1, inf, nan, nan, 1},
-        {"Tanh", nan, 0, nan, 0, 0},       {"Tanh", nan, 1, nan, nan, 0},   {"Sin", inf, 1, nan, nan, 1},
-        {"Sin", 0, inf, 0, inf, 0},        {"Sin", 0, nan, 0, nan, 0},      {"Cos", inf, 1, nan, nan, 1},
-        {"Cos", 0, inf, inf, -0., 0},      {"Cos", nan, 1, nan, nan, 0},    {"Tan", 2, inf, -0., 1, 0},
-        {"Tan", inf, 1, nan, nan, 1},      {"Asin", 0, nan, 0, nan, 0},     {"Asin", 1, nan, nan, nan, 0},
-        {"Acos", inf, 1, 0, -inf, 0},      {"Acos", nan, inf, nan, -inf, 0}, {"Acosh", nan, inf, inf, nan, 0},
-        {"Acosh", inf, 1, inf, 0, 0},      {"Acosh", inf, nan, inf, nan, 0}, {"Asinh", inf, 1, inf, 0, 0},
-        {"Asinh", nan, 0, nan, 0, 0},      {"Asinh", nan, 1, nan, nan, 0},  {"Atanh", 0, nan, 0, nan, 0},
-        {"Atanh", inf, nan, 0, nan, 0},    {"Atanh", 1, nan, nan, nan, 0},  {"Atan", nan, 0, nan, 0, 0},
+        {"Exp", inf, 0, inf, 0, 0},       {"Exp", -inf, 2, -0., 0, 0},      {"Exp", 1, inf, nan, nan, 1},
+        {"Exp", -inf, inf, 0, 0, 0},      {"Exp", inf, 2, -inf, inf, 0},    {"Exp", inf, inf, inf, nan, 0},
+        {"Exp", inf, nan, inf, nan, 0},   {"Exp", nan, 0, nan, 0, 0},       {"Exp", nan, 1, nan, nan, 0},
+        {"Exp", 1, nan, nan, nan, 0},     {"Ln", nan, inf, inf, nan, 0},    {"Ln", inf, 3, inf, 0, 0},
+        {"Ln", nan, 1, nan, nan, 0},      {"Ln", -inf, nan, inf, nan, 0},   {"Sqrt", -inf, 1, 0, inf, 0},
+        {"Sqrt", inf, -1, inf, -0., 0},   {"Sqrt", nan, inf, inf, inf, 0},  {"Sqrt", nan, 1, nan, nan, 0},
+        {"Sqrt", inf, nan, inf, nan, 0},  {"Sinh", inf, 0, inf, 0, 0},      {"Sinh", 1, inf, nan, nan, 1},
+        {"Sinh", inf, 2, -inf, inf, 0},   {"Sinh", nan, 0, nan, 0, 0},      {"Sinh", -inf, 2, inf, inf, 0},
+        {"Sinh", 1, nan, nan, nan, 0},    {"Cosh", inf, 0, inf, 0, 0},      {"Cosh", 1, inf, nan, nan, 1},
+        {"Cosh", -inf, 2, -inf, -inf, 0}, {"Cosh", inf, nan, inf, nan, 0},  {"Cosh", nan, 1, nan, nan, 0},
+        {"Tanh", inf, 2, 1, -0., 0},      {"Tanh", -inf, 1, -1, 0, 0},      {"Tanh", 1, inf, nan, nan, 1},
+        {"Tanh", nan, 0, nan, 0, 0},      {"Tanh", nan, 1, nan, nan, 0},    {"Sin", inf, 1, nan, nan, 1},
+        {"Sin", 0, inf, 0, inf, 0},       {"Sin", 0, nan, 0, nan, 0},       {"Cos", inf, 1, nan, nan, 1},
+        {"Cos", 0, inf, inf, -0., 0},     {"Cos", nan, 1, nan, nan, 0},     {"Tan", 2, inf, -0., 1, 0},
+        {"Tan", inf, 1, nan, nan, 1},     {"Asin", 0, nan, 0, nan, 0},      {"Asin", 1, nan, nan, nan, 0},
+        {"Acos", inf, 1, 0, -inf, 0},     {"Acos", nan, inf, nan, -inf, 0}, {"Acosh", nan, inf, inf, nan, 0},
+        {"Acosh", inf, 1, inf, 0, 0},     {"Acosh", inf, nan, inf, nan, 0}, {"Asinh", inf, 1, inf, 0, 0},
+        {"Asinh", nan, 0, nan, 0, 0},     {"Asinh", nan, 1, nan, nan, 0},   {"Atanh", 0, nan, 0, nan, 0},
+        {"Atanh", inf, nan, 0, nan, 0},   {"Atanh", 1, nan, nan, nan, 0},   {"Atan", nan, 0, nan, 0, 0},
         {"Atan", nan, inf, nan, 0, 0},
     };
     for (auto &row : rows) {
@@ -202,15 +203,13 @@ static void binary_rows(int many) {
     struct {
         const char *name;
         bool sum, power;
-    } const functions[] = {{"Add", true, false},  {"Sub", true, false},
-                           {"Mul", false, false}, {"MulByConj", false, false},
-                           {"Div", false, false}, {"Pow", false, true},
+    } const functions[] = {{"Add", true, false},        {"Sub", true, false},  {"Mul", false, false},
+                           {"MulByConj", false, false}, {"Div", false, false}, {"Pow", false, true},
                            {"Powx", false, true}};
     for (auto &f : functions) {
         int top = highest();
         for (int i = 0; i < 14 * many; ++i)
-            binary_row(f.name, random_scaled(-4, 4), random_scaled(-4, 4), random_scaled(-4,
-                f.power ? 2 : 4),
+            binary_row(f.name, random_scaled(-4, 4), random_scaled(-4, 4), random_scaled(-4, f.power ? 2 : 4),
                        random_scaled(-4, f.power ? 2 : 4));
         if (f.power) {
             for (int i = 0; i < 6 * many; ++i) // whole powers
@@ -219,8 +218,7 @@ static void binary_rows(int many) {
             for (int i = 0; i < 6 * many; ++i) // positive base, real exponent
                 binary_row(f.name, std::fabs(random_scaled(-8, 8)), 0, random_scaled(-4, 3), 0);
             for (int i = 0; i < 6 * many; ++i)
-                binary_row(f.name, random_scaled(-90, 90), random_scaled(-90, 90), random_scaled(-6,
-                    4), 0);
+                binary_row(f.name, random_scaled(-90, 90), random_scaled(-90, 90), random_scaled(-6, 4), 0);
             binary_row(f.name, 1, 1, 2, 0);
             binary_row(f.name, 1, 1, -3, 0);
             binary_row(f.name, 3, -4, 5, 0);
@@ -230,7 +228,7 @@ static void binary_rows(int many) {
         // Cancellation in one component: b = conj(a) (1 + a few ulp), or a itself.
         for (int i = 0; i < 6 * many; ++i) {
             double a = random_scaled(-1, 1), b = random_scaled(-1, 1),
-                nudge = 1 + (i % 4) * (single ? 0x1p-22 : 0x1p-51);
+                   nudge = 1 + (i % 4) * (single ? 0x1p-22 : 0x1p-51);
             double c = a * nudge;
             binary_row(f.name, a, b, b, single ? static_cast<float>(c) : c);
             binary_row(f.name, a, b, single ? static_cast<float>(c) : c, i & 1 ? b : -b);
@@ -255,19 +253,19 @@ static void binary_rows(int many) {
         const char *name;
         double a, b, c, d, re, im;
         int status;
-    } const specials[] = {{"Mul", inf, NAN, 1, 1, inf, inf, 0},  {"Mul", inf, inf, 1, 0, inf, inf, 0},
-                          {"Mul", NAN, 1, 1, 1, NAN, NAN, 0},    {"Mul", inf, 0, 0, 0, NAN, NAN, 1},
-                          {"Div", 0, 0, 0, 0, NAN, NAN, 1},      {"Div", 1, 1, 0, 0, inf, inf, 2},
-                          {"Div", -1, 1, -0., 0, inf, -inf, 2},  {"Div", inf, 1, 1, 1, inf, -inf, 0},
-                          {"Div", 1, 1, inf, 1, 0, 0, 0},        {"Div", NAN, 1, 1, 1, NAN, NAN, 0},
-                          {"Pow", NAN, 1, 0, 0, 1, 0, 0},        {"Pow", 0, 0, 2, 1, 0, 0, 0},
-                          {"Pow", 0, 0, -1, 0, inf, 0, 2},       {"Pow", 0, 0, 0, 1, NAN, NAN, 1},
-                          {"Powx", 0, 0, -2, 0, inf, 0, 2},      {"Powx", 5, NAN, 0, 0, 1, 0, 0},
-                          {"Pow", NAN, 1, 2, 1, NAN, NAN, 0},    {"Powx", 3, 1, NAN, 1, NAN, NAN, 0}};
+    } const specials[] = {{"Mul", inf, NAN, 1, 1, inf, inf, 0}, {"Mul", inf, inf, 1, 0, inf, inf, 0},
+                          {"Mul", NAN, 1, 1, 1, NAN, NAN, 0},   {"Mul", inf, 0, 0, 0, NAN, NAN, 1},
+                          {"Div", 0, 0, 0, 0, NAN, NAN, 1},     {"Div", 1, 1, 0, 0, inf, inf, 2},
+                          {"Div", -1, 1, -0., 0, inf, -inf, 2}, {"Div", inf, 1, 1, 1, inf, -inf, 0},
+                          {"Div", 1, 1, inf, 1, 0, 0, 0},       {"Div", NAN, 1, 1, 1, NAN, NAN, 0},
+                          {"Pow", NAN, 1, 0, 0, 1, 0, 0},       {"Pow", 0, 0, 2, 1, 0, 0, 0},
+                          {"Pow", 0, 0, -1, 0, inf, 0, 2},      {"Pow", 0, 0, 0, 1, NAN, NAN, 1},
+                          {"Powx", 0, 0, -2, 0, inf, 0, 2},     {"Powx", 5, NAN, 0, 0, 1, 0, 0},
+                          {"Pow", NAN, 1, 2, 1, NAN, NAN, 0},   {"Powx", 3, 1, NAN, 1, NAN, NAN, 0}};
     for (auto &row : specials) {
         Big re(row.re), im(row.im);
         reference::write_row(single ? 'c' : 'z', row.name, {row.a, row.b, row.c, row.d}, {re, im},
-            row.status);
+                             row.status);
     }
 }
 
@@ -304,7 +302,7 @@ static void other_rows(int many) {
         reference::write_row(type, "CIS", {y}, {mpc_realref(r.value), mpc_imagref(r.value)}, 0);
     };
     for (double y : {0., -0., 0x1.921fb6p+0, 0x1.921fb6p+1, -0x1.921fb6p+19, std::ldexp(1.5, top),
-        std::ldexp(1, 3 - top)})
+                     std::ldexp(1, 3 - top)})
         circle(y);
     if (!single) // nearest of all doubles to a multiple of pi/2 (Muller, Elementary Functions, 2006)
         circle(0x1.6ac5b262ca1ffp+849);

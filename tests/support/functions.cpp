@@ -21,8 +21,8 @@ void call_scalar(void *address, const FunctionRow &row, std::int32_t n, const vo
     T scalar;
     std::memcpy(&scalar, b, sizeof scalar);
     if (row.strided)
-        reinterpret_cast<void (*)(std::int32_t, const void *, std::int32_t, T, void *, std::int32_t)>(address)(
-            n, a, inca, scalar, r, incr);
+        reinterpret_cast<void (*)(std::int32_t, const void *, std::int32_t, T, void *, std::int32_t)>(
+            address)(n, a, inca, scalar, r, incr);
     else
         reinterpret_cast<void (*)(std::int32_t, const void *, T, void *)>(address)(n, a, scalar, r);
 }
@@ -35,22 +35,26 @@ void call(const FunctionRow &row, int slot, std::int32_t n, const void *a, std::
     using I = std::int32_t;
     if (row.is("v-s")) {
         switch (row.type) {
-        case 's': return call_scalar<float>(address, row, n, a, inca, b, r1, incr1);
-        case 'd': return call_scalar<double>(address, row, n, a, inca, b, r1, incr1);
-        case 'c': return call_scalar<FynComplex8>(address, row, n, a, inca, b, r1, incr1);
-        default: return call_scalar<FynComplex16>(address, row, n, a, inca, b, r1, incr1);
+        case 's':
+            return call_scalar<float>(address, row, n, a, inca, b, r1, incr1);
+        case 'd':
+            return call_scalar<double>(address, row, n, a, inca, b, r1, incr1);
+        case 'c':
+            return call_scalar<FynComplex8>(address, row, n, a, inca, b, r1, incr1);
+        default:
+            return call_scalar<FynComplex16>(address, row, n, a, inca, b, r1, incr1);
         }
     }
     if (row.is("2-1")) {
         if (row.strided)
-            reinterpret_cast<void (*)(I, const void *, I, const void *, I, void *, I)>(address)(n, a, inca, b, incb,
-                                                                                               r1, incr1);
+            reinterpret_cast<void (*)(I, const void *, I, const void *, I, void *, I)>(address)(
+                n, a, inca, b, incb, r1, incr1);
         else
             reinterpret_cast<void (*)(I, const void *, const void *, void *)>(address)(n, a, b, r1);
     } else if (row.is("1-2")) {
         if (row.strided)
-            reinterpret_cast<void (*)(I, const void *, I, void *, I, void *, I)>(address)(n, a, inca, r1, incr1, r2,
-                                                                                         incr2);
+            reinterpret_cast<void (*)(I, const void *, I, void *, I, void *, I)>(address)(n, a, inca, r1,
+                                                                                          incr1, r2, incr2);
         else
             reinterpret_cast<void (*)(I, const void *, void *, void *)>(address)(n, a, r1, r2);
     } else if (row.strided) {

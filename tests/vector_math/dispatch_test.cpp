@@ -56,7 +56,8 @@ TEST(Dispatch, FamilySizes) {
     check("cAdd cSub zAdd zSub dErfInv dExpInt1 sExpInt1", true, false);
     check("cExp", false, true);
     check("sCospi", false, true, false);
-    check("cLn sErfInv dCdfNorm sCdfNorm dCosd sCosd dCospi dSind sSind dSinpi sSinpi dTand sTand dTanpi sTanpi "
+    check("cLn sErfInv dCdfNorm sCdfNorm dCosd sCosd dCospi dSind sSind dSinpi sSinpi dTand sTand dTanpi "
+          "sTanpi "
           "dPowx sPowx",
           false, false);
     const auto *cospi = static_cast<void *const *>(find("qor_fyn_kernel_sCospiI_ttab"));
@@ -91,13 +92,15 @@ TEST(Dispatch, EntriesAndCostTables) {
         const char *name;
         float costs[3];
     } const quoted[] = {
-        {"sAdd", {0.74f, 0.74f, 0.74f}},     {"dAdd", {1.79f, 1.79f, 1.79f}},     {"sExp", {10.19f, 10.19f, 10.19f}},
-        {"dExp", {21.7f, 21.7f, 21.7f}},     {"dLn", {29.24f, 29.24f, 29.24f}},   {"dPow", {74.46f, 74.46f, 74.46f}},
-        {"dErfInv", {58.59f, 58.59f, 18.49f}}, {"cLn", {76.04f, 111.7f, 56.36f}}, {"zExp", {140.9f, 140.9f, 140.9f}},
-        {"dTGamma", {452.2f, 452.2f, 452.2f}},
+        {"sAdd", {0.74f, 0.74f, 0.74f}},       {"dAdd", {1.79f, 1.79f, 1.79f}},
+        {"sExp", {10.19f, 10.19f, 10.19f}},    {"dExp", {21.7f, 21.7f, 21.7f}},
+        {"dLn", {29.24f, 29.24f, 29.24f}},     {"dPow", {74.46f, 74.46f, 74.46f}},
+        {"dErfInv", {58.59f, 58.59f, 18.49f}}, {"cLn", {76.04f, 111.7f, 56.36f}},
+        {"zExp", {140.9f, 140.9f, 140.9f}},    {"dTGamma", {452.2f, 452.2f, 452.2f}},
     };
     for (const auto &row : quoted)
-        EXPECT_EQ(std::memcmp(find("qor_fyn_kernel_" + std::string(row.name) + "_ctab"), row.costs, 12), 0) << row.name;
+        EXPECT_EQ(std::memcmp(find("qor_fyn_kernel_" + std::string(row.name) + "_ctab"), row.costs, 12), 0)
+            << row.name;
 }
 
 // An entry jumps through its slot of the table: a kernel put there is the one that runs.
@@ -153,9 +156,9 @@ TEST(Dispatch, SlotSelection) {
         EXPECT_EQ(qor_fyn_kernel_GetTTableIndexM(context, 0xFFFFFFF0), 0xFFFFFFFFu);
     }
     EXPECT_EQ(dll_cpu_version(), 0);
-    for (const char *name : {"SetMode", "GetMode", "SetErrStatus", "GetErrStatus", "ClearErrStatus",
-                             "SetErrorCallBack", "GetErrorCallBack", "ClearErrorCallBack",
-                             "SetInterfInputVectorPointer"}) {
+    for (const char *name :
+         {"SetMode", "GetMode", "SetErrStatus", "GetErrStatus", "ClearErrStatus", "SetErrorCallBack",
+          "GetErrorCallBack", "ClearErrorCallBack", "SetInterfInputVectorPointer"}) {
         void *const entry = find("_fyn" + std::string(name));
         EXPECT_NE(entry, nullptr) << name;
         EXPECT_EQ(entry, find("qor_fyn_kernel_" + std::string(name))) << name;
@@ -181,7 +184,8 @@ TEST(Dispatch, PackAndUnpack) {
                 if (by_mask && !selector[i])
                     continue;
                 const int at = by_mask ? i : selector[i], dense = by_mask ? j++ : i;
-                const auto to = static_cast<std::size_t>(pack ? dense : at), from = static_cast<std::size_t>(pack ? at : dense);
+                const auto to = static_cast<std::size_t>(pack ? dense : at),
+                           from = static_cast<std::size_t>(pack ? at : dense);
                 std::memcpy(&expected[to * size], &a[from * size], size);
             }
             using Pack = void (*)(std::int32_t, const void *, const void *, void *);

@@ -2,6 +2,7 @@
 // members against independent computation.
 #include "support/functions.h"
 #include "support/result_hash.h"
+#include "support/sse_flags.h"
 
 #include "qor_fyn.h"
 #include "vector_math/kernels/exponential_tables.h"
@@ -29,7 +30,8 @@ std::vector<char> arguments(const FunctionRow &row, std::size_t count, unsigned 
     const double special[] = {0.0, -0.0, 1.0, -1.0, inf, -inf, NAN, 0.5, 800, -800, 1e-310, 3e38, 100, -2.5};
     for (std::size_t i = 0; i < count; ++i) {
         const double u = std::ldexp(static_cast<double>(random() >> 11), -53);
-        const double x = random() % 6 == 0 ? special[random() % std::size(special)] : std::ldexp(2 * u - 1, static_cast<int>(random() % 12) - 4);
+        const double x = random() % 6 == 0 ? special[random() % std::size(special)]
+                                           : std::ldexp(2 * u - 1, static_cast<int>(random() % 12) - 4);
         const float f = static_cast<float>(x);
         row.real_bytes() == 4 ? std::memcpy(&bytes[4 * i], &f, 4) : std::memcpy(&bytes[8 * i], &x, 8);
     }
@@ -46,13 +48,16 @@ TEST(Kernels, SameBitsEverywhere) {
             continue;
         FunctionRow strided = row;
         strided.strided = true;
-        const std::size_t as = row.argument_parts() * row.real_bytes(), rs = row.result_parts() * row.real_bytes();
-        const auto a = arguments(row, longest * row.argument_parts(), 1), b = arguments(row, longest * row.argument_parts(), 2);
+        const std::size_t as = row.argument_parts() * row.real_bytes(),
+                          rs = row.result_parts() * row.real_bytes();
+        const auto a = arguments(row, longest * row.argument_parts(), 1),
+                   b = arguments(row, longest * row.argument_parts(), 2);
         const bool fixed_b = row.is("v-s");
         for (int slot = 0; slot < 3; ++slot) {
             std::vector<char> one(longest * rs), two(longest * rs);
             for (std::size_t i = 0; i < longest; ++i)
-                test::call(row, slot, 1, &a[i * as], 1, fixed_b ? b.data() : &b[i * as], 1, &one[i * rs], 1, &two[i * rs], 1);
+                test::call(row, slot, 1, &a[i * as], 1, fixed_b ? b.data() : &b[i * as], 1, &one[i * rs], 1,
+                           &two[i * rs], 1);
             for (std::size_t n = 0; n <= longest; n += n < 19 ? 1 : 6) {
                 const std::size_t from = longest - n;
                 std::vector<char> r1((n + 2) * rs, 0x5A), r2 = r1, e1 = r1, e2 = r1;
@@ -67,7 +72,8 @@ TEST(Kernels, SameBitsEverywhere) {
                     std::vector<char> v(av, av + n * as);
                     v.resize(n * as + 1);
                     test::call(row, slot, count, v.data(), 1, bv, 1, v.data(), 1, &r2[rs], 1);
-                    ASSERT_EQ(std::memcmp(v.data(), &e1[rs], n * rs), 0) << row.stem() << " in place, n " << n;
+                    ASSERT_EQ(std::memcmp(v.data(), &e1[rs], n * rs), 0)
+                        << row.stem() << " in place, n " << n;
                 }
             }
             if (row.stem() == "sCospi" && slot == 2)
@@ -79,8 +85,9 @@ TEST(Kernels, SameBitsEverywhere) {
                 if (row.results() == 2)
                     std::copy_n(&two[(longest - 1 - i) * rs], rs, &e2[(2 * longest - 1 - 2 * i) * rs]);
             }
-            test::call(strided, slot, longest, &a[(longest - 1) * as], -1, fixed_b ? b.data() : &b[(longest - 1) * as], -1,
-                       &s1[(2 * longest - 1) * rs], -2, &s2[(2 * longest - 1) * rs], -2);
+            test::call(strided, slot, longest, &a[(longest - 1) * as], -1,
+                       fixed_b ? b.data() : &b[(longest - 1) * as], -1, &s1[(2 * longest - 1) * rs], -2,
+                       &s2[(2 * longest - 1) * rs], -2);
             ASSERT_TRUE(s1 == e1 && s2 == e2) << row.stem() << " slot " << slot << " strided";
         }
     }
@@ -150,10 +157,29 @@ double round_down(double x) {
 }
 
 TEST(Kernels, DirectedRoundingBitForBitWithoutFlags) {
-    std::vector<double> a = {-0.5, 0.5, -0.0, 0.0, 2.5, -2.5, 0x1.0000000000001p52, 1e300, inf, -inf,
-                             from_bits(0x7FF4000000000001), from_bits(0xFFF8000000000123), 0x1p-1074, -0x1p-1074,
-                             0x1.fffffffffffffp-1, -0x1.fffffffffffffp-1, 0x1.fffffffffffffp51, -0x1.fffffffffffffp51,
-                             0x1p21, 0x1.fffffffffffffp20, -1, 1, 0x1.0000000000001p0};
+    std::vector<double> a = {-0.5,
+                             0.5,
+                             -0.0,
+                             0.0,
+                             2.5,
+                             -2.5,
+                             0x1.0000000000001p52,
+                             1e300,
+                             inf,
+                             -inf,
+                             from_bits(0x7FF4000000000001),
+                             from_bits(0xFFF8000000000123),
+                             0x1p-1074,
+                             -0x1p-1074,
+                             0x1.fffffffffffffp-1,
+                             -0x1.fffffffffffffp-1,
+                             0x1.fffffffffffffp51,
+                             -0x1.fffffffffffffp51,
+                             0x1p21,
+                             0x1.fffffffffffffp20,
+                             -1,
+                             1,
+                             0x1.0000000000001p0};
     std::mt19937_64 random(7);
     for (int i = 0; i < 20000; ++i)
         a.push_back(from_bits((random() & 0x800FFFFFFFFFFFFF) | (random() % 70 + 1010) << 52));
@@ -161,9 +187,12 @@ TEST(Kernels, DirectedRoundingBitForBitWithoutFlags) {
         if (x != x)
             return x;
         switch (name[0]) {
-        case 'F': return round_down(x);
-        case 'C': return -round_down(-x);
-        default: return std::signbit(x) ? -round_down(-x) : round_down(x);
+        case 'F':
+            return round_down(x);
+        case 'C':
+            return -round_down(-x);
+        default:
+            return std::signbit(x) ? -round_down(-x) : round_down(x);
         }
     };
     using Kernel = void (*)(std::int32_t, const double *, double *);
@@ -171,15 +200,12 @@ TEST(Kernels, DirectedRoundingBitForBitWithoutFlags) {
         for (int direction : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
             std::vector<double> r(a.size());
             const auto kernel = test::entry<Kernel>(std::string("_fynd") + name);
-            std::uint32_t control = 0x1F80, flags;
             std::fesetround(direction);
-            asm volatile("stmxcsr %0" : "=m"(control));
-            control &= ~0x3Fu;
-            asm volatile("ldmxcsr %0" : : "m"(control));
+            test::clear_sse_flags();
             kernel(static_cast<std::int32_t>(a.size()), a.data(), r.data());
-            asm volatile("stmxcsr %0" : "=m"(flags));
+            const unsigned flags = test::sse_flags();
             std::fesetround(FE_TONEAREST);
-            EXPECT_EQ(flags & 0x3F, 0u) << name;
+            EXPECT_EQ(flags, 0u) << name;
             for (std::size_t i = 0; i < a.size(); ++i) {
                 const double expected = reference(name, a[i]);
                 ASSERT_EQ(std::bit_cast<std::uint64_t>(r[i]), std::bit_cast<std::uint64_t>(expected))
@@ -218,9 +244,19 @@ TEST(Kernels, ExponentialSpecialValues) {
         double x, result;
         int status;
     } cases[] = {
-        {0, 1, 0}, {1e-300, 1, 0}, {-1e-17, 1, 0}, {inf, inf, 0}, {-inf, 0, 0}, {NAN, NAN, 0},
-        {709.782712893384, 0x1.fffffffffff2ap1023, 0}, {709.7827128933841, inf, 3}, {1e300, inf, 3},
-        {-745.1332191019411, 0x1p-1074, 4}, {-745.1332191019412, 0, 4}, {-1e300, 0, 4}, {-720, -1, 4},
+        {0, 1, 0},
+        {1e-300, 1, 0},
+        {-1e-17, 1, 0},
+        {inf, inf, 0},
+        {-inf, 0, 0},
+        {NAN, NAN, 0},
+        {709.782712893384, 0x1.fffffffffff2ap1023, 0},
+        {709.7827128933841, inf, 3},
+        {1e300, inf, 3},
+        {-745.1332191019411, 0x1p-1074, 4},
+        {-745.1332191019412, 0, 4},
+        {-1e300, 0, 4},
+        {-720, -1, 4},
     };
     _fynSetMode(FYN_ERRMODE_IGNORE);
     for (const auto &c : cases)

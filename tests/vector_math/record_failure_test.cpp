@@ -24,7 +24,9 @@ struct FakeSystem {
 
 namespace qor::system {
 
-bool thread_index_create(ThreadIndex *index) { return !fake.index_fails && (*index = 5, ++fake.indexes, true); }
+bool thread_index_create(ThreadIndex *index) {
+    return !fake.index_fails && (*index = 5, ++fake.indexes, true);
+}
 void thread_index_free(ThreadIndex) { --fake.indexes; }
 void *thread_value(ThreadIndex) { return fake.value; }
 bool set_thread_value(ThreadIndex, void *value) { return !fake.value_fails && (fake.value = value, true); }
@@ -73,8 +75,8 @@ std::vector<int> messages() {
 }
 
 TEST_F(RecordTest, WithoutARecordTheProcessEnds) {
-    for (bool FakeSystem::*failure : {&FakeSystem::index_fails, &FakeSystem::heap_fails, &FakeSystem::block_fails,
-                                      &FakeSystem::value_fails}) {
+    for (bool FakeSystem::*failure : {&FakeSystem::index_fails, &FakeSystem::heap_fails,
+                                      &FakeSystem::block_fails, &FakeSystem::value_fails}) {
         fake.*failure = true;
         EXPECT_FALSE(qor::system::library_attached());
         EXPECT_EQ(messages(), std::vector<int>{773});
@@ -142,8 +144,9 @@ TEST_F(RecordTest, StandardErrorLines) {
         if (qor_test_message_count() > 2) {
             EXPECT_STREQ(qor_test_message_text(0), "vdTest");
             EXPECT_EQ(qor_test_message_value(1), c.a1);
-const bool second_result = c.numbers.back() == 759 || c.numbers.back() == 766;
-            EXPECT_EQ(qor_test_message_value(qor_test_message_count() - 1), second_result ? c.r2 : c.r1) << c.code;
+            const bool second_result = c.numbers.back() == 759 || c.numbers.back() == 766;
+            EXPECT_EQ(qor_test_message_value(qor_test_message_count() - 1), second_result ? c.r2 : c.r1)
+                << c.code;
         }
     }
 }
@@ -159,8 +162,10 @@ std::int32_t keep_and_replace(FynErrorContext *context) {
 }
 
 // One text for the element types and forms: values, widths, write-back order.
-template <class T> void check_pointer_forms(double (*real)(T), double (*imaginary)(T), T (*make)(double, double)) {
-    T a[4] = {make(1, -1), make(2, -2), make(3, -3), make(4, -4)}, b[4] = {make(5, -5), make(6, -6), make(7, -7), make(8, -8)};
+template <class T>
+void check_pointer_forms(double (*real)(T), double (*imaginary)(T), T (*make)(double, double)) {
+    T a[4] = {make(1, -1), make(2, -2), make(3, -3), make(4, -4)},
+      b[4] = {make(5, -5), make(6, -6), make(7, -7), make(8, -8)};
     T r1[4] = {}, r2[4] = {};
     for (bool strided : {false, true}) {
         const int i = strided ? 1 : 2;
@@ -196,13 +201,18 @@ TEST_F(RecordTest, PointerForms) {
     qor_fyn_kernel_SetMode(FYN_ERRMODE_CALLBACK);
     check_pointer_forms<float>([](float x) { return double{x}; }, [](float) { return 0.0; },
                                [](double re, double) { return static_cast<float>(re); });
-    check_pointer_forms<double>([](double x) { return x; }, [](double) { return 0.0; }, [](double re, double) { return re; });
-    check_pointer_forms<Complex<float>>([](Complex<float> x) { return double{x.re}; }, [](Complex<float> x) { return double{x.im}; },
-                                        [](double re, double im) {
-                                            return Complex<float>{static_cast<float>(re), static_cast<float>(im)};
-                                        });
-    check_pointer_forms<Complex<double>>([](Complex<double> x) { return x.re; }, [](Complex<double> x) { return x.im; },
-                                         [](double re, double im) { return Complex<double>{re, im}; });
+    check_pointer_forms<double>([](double x) { return x; }, [](double) { return 0.0; },
+                                [](double re, double) { return re; });
+    check_pointer_forms<Complex<float>>(
+        [](Complex<float> x) { return double{x.re}; }, [](Complex<float> x) { return double{x.im}; },
+        [](double re, double im) {
+            return Complex<float>{static_cast<float>(re), static_cast<float>(im)};
+        });
+    check_pointer_forms<Complex<double>>([](Complex<double> x) { return x.re; },
+                                         [](Complex<double> x) { return x.im; },
+                                         [](double re, double im) {
+                                             return Complex<double>{re, im};
+                                         });
     double x = 0;
     const std::string long_name(60, 'n');
     report_element(1, 0, &x, &x, &x, &x, long_name.c_str());

@@ -79,7 +79,8 @@ int32_t note_report(FynErrorContext *context) {
 struct Reals {
     bool single;
     std::vector<char> bytes;
-    Reals(const FunctionRow &row, std::size_t count) : single(row.is_single()), bytes(count * row.real_bytes(), 0x55) {}
+    Reals(const FunctionRow &row, std::size_t count)
+        : single(row.is_single()), bytes(count * row.real_bytes(), 0x55) {}
     void set(std::size_t i, double x) {
         const float f = static_cast<float>(x);
         single ? std::memcpy(&bytes[i * 4], &f, 4) : std::memcpy(&bytes[i * 8], &x, 8);
@@ -116,14 +117,17 @@ void check(const FunctionRow &row, const std::vector<Case> &cases, int slot, boo
             if (row.arguments() == 2)
                 b.set(place(i) * ap + part, cases[i].arguments[ap + part]);
         }
-    auto start = [&](Reals &v, std::size_t parts, std::size_t i) { return &v.bytes[place(i) * parts * row.real_bytes()]; };
+    auto start = [&](Reals &v, std::size_t parts, std::size_t i) {
+        return &v.bytes[place(i) * parts * row.real_bytes()];
+    };
     reported.assign(count, 0);
     _fynSetErrorCallBack(note_report);
     if (row.is("v-s")) {
         for (std::size_t i = 0; i < count; ++i) {
             const int before = reported[0];
             reported[0] = 0;
-            test::call(row, slot, 1, start(a, ap, i), step, start(b, ap, i), 0, start(r1, rp, i), step, nullptr, 0);
+            test::call(row, slot, 1, start(a, ap, i), step, start(b, ap, i), 0, start(r1, rp, i), step,
+                       nullptr, 0);
             const int now = reported[0];
             reported[0] = before;
             reported[i] = now;
@@ -160,13 +164,14 @@ void check(const FunctionRow &row, const std::vector<Case> &cases, int slot, boo
             worst_text = cases[i].text;
         }
         if ((error > bound || (check_status && reported[i] != cases[i].status)) && ++shown <= 3)
-            ADD_FAILURE() << row.stem() << slot_suffix(row, slot) << ": " << cases[i].text << "\n  error " << error
-                          << " bound " << bound << ", reported " << reported[i] << ", result " << std::hexfloat
-                          << results[0] << (results.size() > 1 ? results[1] : 0.0);
+            ADD_FAILURE() << row.stem() << slot_suffix(row, slot) << ": " << cases[i].text << "\n  error "
+                          << error << " bound " << bound << ", reported " << reported[i] << ", result "
+                          << std::hexfloat << results[0] << (results.size() > 1 ? results[1] : 0.0);
     }
     EXPECT_LE(shown, 3) << row.stem() << slot_suffix(row, slot) << " and more";
     if (std::getenv("QOR_SHOW_WORST"))
-        std::printf("%-14s %g  %s\n", (row.stem() + slot_suffix(row, slot)).c_str(), worst, worst_text.c_str());
+        std::printf("%-14s %g  %s\n", (row.stem() + slot_suffix(row, slot)).c_str(), worst,
+                    worst_text.c_str());
 }
 
 TEST(Reference, EveryFunctionEverySlot) {

@@ -1,5 +1,6 @@
 // Sine, cosine and tangent lanes: their tables recomputed, errors against double-double values, arguments at
 // the edges, flags, and the pair against the single functions.
+#include "tests/support/sse_flags.h"
 #include "vector_math/kernels/tangent_lanes.h"
 
 #include "qor_fyn.h"
@@ -123,19 +124,6 @@ TEST(TrigonometricLanes, RoundingOfSingle) {
     }
 }
 
-unsigned flags_of_sse() {
-    unsigned control;
-    asm volatile("stmxcsr %0" : "=m"(control));
-    return control & 0x3F;
-}
-
-void clear_flags_of_sse() {
-    unsigned control;
-    asm volatile("stmxcsr %0" : "=m"(control));
-    control &= ~0x3Fu;
-    asm volatile("ldmxcsr %0" : : "m"(control));
-}
-
 // Each at every place of a pass, beside ordinary arguments: bits, statuses, flags.
 template <class T> void check_edges() {
     using Limits = std::numeric_limits<T>;
@@ -162,12 +150,12 @@ template <class T> void check_edges() {
             std::vector<T> a(16, T(1.5)), r1(16), r2(16);
             a[place] = c.x;
             _fynClearErrStatus();
-            clear_flags_of_sse();
+            test::clear_sse_flags();
             Entry<T>::sin_cos(16, a.data(), r1.data(), r2.data());
             const std::vector<T> sines = run<T>(Entry<T>::sin, a), cosines = run<T>(Entry<T>::cos, a),
                                  tangents = run<T>(Entry<T>::tan, a);
             // invalid for a domain error; inexact; the processor also notes denormal operands
-            EXPECT_EQ(flags_of_sse() & ~0x22u, c.status == 1 ? 1u : 0u) << c.x;
+            EXPECT_EQ(test::sse_flags() & ~0x22u, c.status == 1 ? 1u : 0u) << c.x;
             EXPECT_EQ(_fynClearErrStatus(), c.status) << c.x;
             for (const T sine : {r1[place], sines[place], tangents[place]})
                 EXPECT_TRUE(c.sine != c.sine ? sine != sine : bits(sine) == bits(c.sine))
@@ -201,11 +189,11 @@ template <class T> void check_pair() {
             a.push_back(x);
     }
     std::vector<T> r1(a.size()), r2(a.size());
-    clear_flags_of_sse();
+    test::clear_sse_flags();
     Entry<T>::sin_cos(static_cast<std::int32_t>(a.size()), a.data(), r1.data(), r2.data());
     const std::vector<T> sines = run<T>(Entry<T>::sin, a), cosines = run<T>(Entry<T>::cos, a);
     run<T>(Entry<T>::tan, a);
-    EXPECT_EQ(flags_of_sse() & ~0x22u, 0u);
+    EXPECT_EQ(test::sse_flags() & ~0x22u, 0u);
     for (std::size_t i = 0; i < a.size(); ++i) {
         ASSERT_EQ(bits(r1[i]), bits(sines[i])) << std::hexfloat << a[i];
         ASSERT_EQ(bits(r2[i]), bits(cosines[i])) << std::hexfloat << a[i];

@@ -39,8 +39,8 @@ enum class Accuracy { low, high, enhanced_performance };
 
 enum class X87Guard { masks_only, double_precision, extended };
 // masks_only: rounding and flushing stay the caller's. mode_driven: round to nearest, denormals flushed
-// when the thread's mode says so. silent: the default environment, and no flag of the work survives; quiet: the same in
-// the caller's rounding and flushing.
+// when the thread's mode says so. silent: the default environment, and no flag of the work survives; quiet:
+// the same in the caller's rounding and flushing.
 enum class SseGuard { masks_only, mode_driven, silent, quiet };
 
 } // namespace qor::fyn

@@ -209,8 +209,9 @@ template <int B> SquareRoot<B> square_root_of(Real<B> x, Real<B> y) {
     N xs = shifted(x, -e), magnitude = std::signbit(leading(x)) ? -xs : xs, h = magnitude;
     if (ey > ex - 70) {
         N ys = shifted(y, -e);
-        h = N(0.5) * (magnitude + (ex > ey - 400 ? square_root(xs * xs + ys * ys)
-                                                 : std::signbit(leading(y)) ? -ys : ys));
+        h = N(0.5) * (magnitude + (ex > ey - 400              ? square_root(xs * xs + ys * ys)
+                                   : std::signbit(leading(y)) ? -ys
+                                                              : ys));
     }
     h = square_root(h);
     N other = ey == -5000 ? y : N(0.5) * shifted(y, -ey) / h; // y / 2h, off by a shift

@@ -83,9 +83,7 @@ template <class T, int B> Real<B> excess_over_1(double x, double y) {
         return narrowed<Real<B>>((two_prod(x, x) - 1.0) + two_prod(y, y));
 }
 
-template <class N> struct Logarithm {
-    N re, im;
-};
+template <class N> struct Logarithm { N re, im; };
 
 // Finite nonzero z of type T.
 template <class T, int B> Logarithm<Real<B>> finite_logarithm(Z z) {

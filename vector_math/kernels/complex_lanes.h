@@ -1,18 +1,25 @@
 // Products, quotients and moduli of complex numbers in lanes.
 //
-// Lanes: sums of two products, a b + c d, with the rounding errors of the products and of their sum kept
-// (T. J. Dekker, Numer. Math. 18, 1971; D. E. Knuth, The Art of Computer Programming 2, 4.2.2), as a leading
-// part and the rest, so that cancellation loses nothing; quotient and root take one Newton step with the
-// exact residue. Each component has half a unit of its last place of error and a little. In single precision
-// the products are exact in double, and double precision is all that is needed.
+// Double precision: both components of a factor are split on one grid, 2^-25 of the power of two below the
+// larger. Products of two leading parts are multiples of one unit and less than 2^52 of it, so that their
+// sums are exact; the other terms are small, and plain arithmetic has them to 2^-75 of the product of the two
+// powers of two. Parts that cancel to less than 2^-18 of that (quotients: 2^-16), zeros among them, are not
+// sure: complex_careful_lanes.h. Of a quotient 26 bits come first; the residue is exact or nearly so.
+// Moduli are those of hypotenuse_lanes.h.
+// Single precision: the products are exact in double precision, which is all that is needed.
 //
-// Special: components not in [2^-200, 2^200) or zero; in single precision those of which a result may leave
-// the range; zero divisors, infinities, NaNs. They go to complex_arithmetic.h.
+// Special: factors whose larger component is not in [2^-200, 2^200), zeros too; in single precision those of
+// which a result may leave the range, zero divisors. Infinities and NaNs. They go to complex_arithmetic.h.
+//
+// Largest errors of a part measured by tools/measure_functions.cpp: products 0.507, quotients 0.501 ulp (the
+// grid allows 0.545 where parts cancel most), moduli 0.500; in single precision 0.500.
 #pragma once
 
 #include "vector_math/frame/complex_shapes.h"
 #include "vector_math/kernels/argument_window.h"
 #include "vector_math/kernels/complex_arithmetic.h"
+#include "vector_math/kernels/complex_careful_lanes.h"
+#include "vector_math/kernels/hypotenuse_lanes.h"
 #include "vector_math/kernels/lane_bits.h"
 
 #include <bit>
@@ -21,125 +28,100 @@
 
 namespace qor::fyn::complex_ops {
 
-using DoubleLanes = Lanes<double>;
-using DoublePair = ComplexLanes<DoubleLanes>;
-
-// a + b, where b = 0 leaves the sign of a zero a.
-inline DoubleLanes corrected(DoubleLanes a, DoubleLanes b) {
-    return a + with_sign(b, sign_of(from_bits<DoubleLanes>(b == DoubleLanes{})));
+// The power of two of the larger component, as a number; below the normal range 0, of an infinity or NaN
+// infinity.
+template <class V> V power_below(ComplexLanes<V> x) {
+    const IntegersOf<V> exponent = bits_of(broadcast<V>(std::numeric_limits<ElementOf<V>>::infinity()));
+    // The exponent is in the top 16 bits.
+    return std::bit_cast<V>(_mm_max_epi16(std::bit_cast<__m128i>(bits_of(x.re) & exponent),
+                                          std::bit_cast<__m128i>(bits_of(x.im) & exponent)));
 }
 
-// Working precision of the lanes: the exact one of double-precision functions...
-struct ExactLanes {
-    // A number and its halves, of 26 bits each.
-    struct Factor {
-        DoubleLanes x, hi, lo;
-        Factor(DoubleLanes value) : x(value) {
-            const DoubleLanes c = x * (0x1p27 + 1);
-            hi = c - (c - x);
-            lo = x - hi;
-        }
-        Factor operator-() const { return {-x, -hi, -lo}; }
+// A power of two times a constant from 2^-600 to 2^600, by its bits.
+inline DoubleLanes times(DoubleLanes power, double factor) {
+    const std::int64_t bits = std::bit_cast<std::int64_t>(factor) - std::bit_cast<std::int64_t>(1.0);
+    return from_bits<DoubleLanes>(wrapping_sum(bits_of(power), IntegersOf<DoubleLanes>{} + bits));
+}
 
-      private:
-        Factor(DoubleLanes a, DoubleLanes b, DoubleLanes c) : x(a), hi(b), lo(c) {}
+// A number of two components, split on their common grid.
+struct SplitPair {
+    struct Part {
+        DoubleLanes whole, hi, lo;
+        Part(DoubleLanes x, DoubleLanes shifter) : whole(x), hi((x + shifter) - shifter), lo(x - hi) {}
     };
-    struct Sum {
-        DoubleLanes hi, lo;
-    };
-    static Sum product(const Factor &a, const Factor &b) {
-        const DoubleLanes p = a.x * b.x;
-        return {p, ((a.hi * b.hi - p) + a.hi * b.lo + a.lo * b.hi) + a.lo * b.lo};
-    }
-    static Sum sum_of_products(const Factor &a, const Factor &b, const Factor &c, const Factor &d) {
-        const Sum p = product(a, b), q = product(c, d);
-        const DoubleLanes sum = p.hi + q.hi, part = sum - p.hi;
-        const DoubleLanes rest = ((p.hi - (sum - part)) + (q.hi - part)) + (p.lo + q.lo);
-        const DoubleLanes hi = corrected(sum, rest);
-        return {hi, rest - (hi - sum)};
-    }
-    static DoubleLanes rounded(Sum a) { return a.hi; }
-    static DoubleLanes quotient(Sum a, Sum b) {
-        const DoubleLanes first = a.hi / b.hi;
-        const Sum back = product(first, b.hi);
-        return corrected(first, (((a.hi - back.hi) - back.lo) + (a.lo - first * b.lo)) / b.hi);
-    }
-    static DoubleLanes root(Sum a) {
-        const DoubleLanes first = std::bit_cast<DoubleLanes>(_mm_sqrt_pd(std::bit_cast<__m128d>(a.hi)));
-        const Sum back = product(first, first);
-        const DoubleLanes twice =
-            larger(first + first, broadcast<DoubleLanes>(std::numeric_limits<double>::min()));
-        return first + (((a.hi - back.hi) - back.lo) + a.lo) / twice;
-    }
+    DoubleLanes power;
+    Part re, im;
+    explicit SplitPair(DoublePair x) : SplitPair(x, power_below(x)) {}
+
+  private:
+    SplitPair(DoublePair x, DoubleLanes power_of_x)
+        : power(power_of_x), re(x.re, times(power, 0x1.8p27)), im(x.im, times(power, 0x1.8p27)) {}
 };
 
-// ... and the plain one of single-precision functions.
-struct PlainLanes {
-    using Factor = DoubleLanes;
-    using Sum = DoubleLanes;
-    static Sum sum_of_products(Factor a, Factor b, Factor c, Factor d) { return a * b + c * d; }
-    static DoubleLanes rounded(Sum a) { return a; }
-    static DoubleLanes quotient(Sum a, Sum b) { return a / b; }
-    static DoubleLanes root(Sum a) {
-        return std::bit_cast<DoubleLanes>(_mm_sqrt_pd(std::bit_cast<__m128d>(a)));
-    }
+// hi exact, lo the rest of it.
+struct GridSum {
+    DoubleLanes hi, lo;
+    DoubleLanes rounded() const { return hi + lo; }
 };
+inline GridSum operator*(const SplitPair::Part &a, const SplitPair::Part &b) {
+    return {a.hi * b.hi, a.hi * b.lo + a.lo * b.whole};
+}
+inline GridSum square(const SplitPair::Part &a) { return {a.hi * a.hi, a.lo * (a.hi + a.whole)}; }
+inline GridSum operator+(GridSum a, GridSum b) { return {a.hi + b.hi, a.lo + b.lo}; }
+inline GridSum operator-(GridSum a, GridSum b) { return {a.hi - b.hi, a.lo - b.lo}; }
 
-// Lower and upper lanes in double precision.
-inline DoublePair lower_half(ComplexLanes<Lanes<float>> x) {
-    return {fyn::widened(x.re).low, fyn::widened(x.im).low};
+// Either component less than 2^-bits of the two powers.
+template <int bits> IntegersOf<DoubleLanes> too_small(DoublePair r, const SplitPair &x, const SplitPair &y) {
+    const DoubleLanes least = smaller(magnitude(r.re), magnitude(r.im));
+    return least < x.power * times(y.power, power_of_two(-bits));
 }
-inline DoublePair upper_half(ComplexLanes<Lanes<float>> x) {
-    return {fyn::widened(x.re).high, fyn::widened(x.im).high};
-}
-inline Lanes<float> joined(DoubleLanes low, DoubleLanes high) { return fyn::narrowed({low, high}); }
-inline ComplexLanes<Lanes<float>> joined(DoublePair low, DoublePair high) {
+
+// Products and quotients in double precision, from halves of single-precision numbers.
+template <class F>
+[[gnu::always_inline]] inline ComplexLanes<Lanes<float>>
+pairs_through_double(const F &f, ComplexLanes<Lanes<float>> x, ComplexLanes<Lanes<float>> y) {
+    const Halves a = fyn::widened(x.re), b = fyn::widened(x.im);
+    const Halves c = fyn::widened(y.re), d = fyn::widened(y.im);
+    const DoublePair low = f(DoublePair{a.low, b.low}, DoublePair{c.low, d.low});
+    const DoublePair high = f(DoublePair{a.high, b.high}, DoublePair{c.high, d.high});
     return {fyn::narrowed({low.re, high.re}), fyn::narrowed({low.im, high.im})};
 }
 
-// A rule in working lanes over lanes of either type.
-template <class Rule, class... Pairs> auto in_lanes(ComplexLanes<DoubleLanes> x, Pairs... rest) {
-    return Rule::template value<ExactLanes>(x, rest...);
-}
-template <class Rule, class... Pairs> auto in_lanes(ComplexLanes<Lanes<float>> x, Pairs... rest) {
-    return joined(Rule::template value<PlainLanes>(lower_half(x), lower_half(rest)...),
-                  Rule::template value<PlainLanes>(upper_half(x), upper_half(rest)...));
-}
-
-// Components neither in [from, to) nor zero.
-template <class V> IntegersOf<V> beyond(ComplexLanes<V> x, ElementOf<V> from, ElementOf<V> to) {
-    const auto one = [=](V v) {
-        return outside_window(v, top_word(from), top_word(to), std::numeric_limits<std::int32_t>::max()) &
-               (v != V{});
-    };
-    return one(x.re) | one(x.im);
-}
-template <class V> IntegersOf<V> immoderate(ComplexLanes<V> x) {
+// Numbers whose larger component is not in [2^from, 2^to); from 0 stands for no lower end.
+template <int from, int to, class V> IntegersOf<V> outside_powers(ComplexLanes<V> x) {
     using T = ElementOf<V>;
-    if constexpr (sizeof(T) == 8)
-        return beyond<V>(x, T(0x1p-200), T(0x1p200));
-    else
-        return outside_window(x.re, 0, top_word(T(0x1p60)), std::numeric_limits<std::int32_t>::max()) |
-               outside_window(x.im, 0, top_word(T(0x1p60)), std::numeric_limits<std::int32_t>::max());
+    constexpr auto word = [](int e) { return top_word(static_cast<T>(power_of_two(e))); };
+    constexpr std::int32_t first = from == 0 ? 0 : word(from);
+    return outside_short_window<first, word(to)>(power_below(x));
 }
 
-struct ComplexLaneFunction {
-    static constexpr int pass = 4;
+template <bool conjugate> struct ProductLanes {
+    static constexpr int pass = 2;
     static constexpr float padding = 1;
-};
+    using Careful = CarefulProduct<conjugate>;
 
-template <bool conjugate> struct ProductLanes : ComplexLaneFunction {
     template <class V> static IntegersOf<V> special(ComplexLanes<V> x, ComplexLanes<V> y) {
-        return immoderate(x) | immoderate(y);
+        if constexpr (sizeof(ElementOf<V>) == 8)
+            return outside_powers<-200, 200>(x) | outside_powers<-200, 200>(y);
+        else
+            return outside_powers<0, 60>(x) | outside_powers<0, 60>(y);
     }
-    template <class Working> static DoublePair value(DoublePair x, DoublePair y) {
-        using Factor = typename Working::Factor;
-        const Factor a = x.re, b = x.im, c = y.re, d = conjugate ? -y.im : y.im;
-        return {Working::rounded(Working::sum_of_products(a, c, -b, d)),
-                Working::rounded(Working::sum_of_products(a, d, b, c))};
+    [[gnu::always_inline]] static DoublePair value(DoublePair x, DoublePair y,
+                                                   IntegersOf<DoubleLanes> &unsure) {
+        const SplitPair u(x), v(y);
+        const auto ac = u.re * v.re, bd = u.im * v.im, bc = u.im * v.re, ad = u.re * v.im;
+        const GridSum re = conjugate ? ac + bd : ac - bd, im = conjugate ? bc - ad : bc + ad;
+        const DoublePair r{re.rounded(), im.rounded()};
+        unsure = too_small<18>(r, u, v);
+        return r;
     }
-    template <class V> static ComplexLanes<V> value(ComplexLanes<V> x, ComplexLanes<V> y) {
-        return in_lanes<ProductLanes>(x, y);
+    static ComplexLanes<Lanes<float>> value(ComplexLanes<Lanes<float>> x, ComplexLanes<Lanes<float>> y) {
+        return pairs_through_double(
+            [](DoublePair u, DoublePair v) {
+                const DoubleLanes ac = u.re * v.re, bd = u.im * v.im, bc = u.im * v.re, ad = u.re * v.im;
+                return conjugate ? DoublePair{ac + bd, bc - ad} : DoublePair{ac - bd, ad + bc};
+            },
+            x, y);
     }
     template <class T> static Status eval(Complex<T> x, Complex<T> y, Complex<T> &r) noexcept {
         if constexpr (conjugate)
@@ -151,37 +133,54 @@ template <bool conjugate> struct ProductLanes : ComplexLaneFunction {
 using MulLanes = ProductLanes<false>;
 using MulByConjLanes = ProductLanes<true>;
 
-struct DivLanes : ComplexLaneFunction {
-    // Zero divisors beside the range. In single precision a tiny divisor may make the quotient too large.
+struct DivLanes {
+    static constexpr int pass = 2;
+    static constexpr float padding = 1;
+    using Careful = CarefulQuotient;
+
+    // In single precision a tiny divisor may make the quotient too large.
     template <class V> static IntegersOf<V> special(ComplexLanes<V> x, ComplexLanes<V> y) {
-        const auto zero = (y.re == V{}) & (y.im == V{});
         if constexpr (sizeof(ElementOf<V>) == 8)
-            return immoderate(x) | immoderate(y) | zero;
+            return outside_powers<-200, 200>(x) | outside_powers<-200, 200>(y);
         else
-            return immoderate(x) | beyond<V>(y, 0x1p-60f, 0x1p60f) | zero;
+            return outside_powers<0, 60>(x) | outside_powers<-60, 60>(y);
     }
-    template <class Working> static DoublePair value(DoublePair x, DoublePair y) {
-        using Factor = typename Working::Factor;
-        const Factor a = x.re, b = x.im, c = y.re, d = y.im;
-        const auto square = Working::sum_of_products(c, c, d, d);
-        return {Working::quotient(Working::sum_of_products(a, c, b, d), square),
-                Working::quotient(Working::sum_of_products(b, c, -a, d), square)};
+    [[gnu::always_inline]] static DoublePair value(DoublePair x, DoublePair y,
+                                                   IntegersOf<DoubleLanes> &unsure) {
+        const SplitPair u(x), v(y);
+        const GridSum re = u.re * v.re + u.im * v.im, im = u.im * v.re - u.re * v.im;
+        const GridSum norm = square(v.re) + square(v.im);
+        const DoubleLanes reciprocal = 1.0 / norm.rounded();
+        const DoubleLanes norm_hi = shortened<27>(norm.hi), norm_lo = (norm.hi - norm_hi) + norm.lo;
+        const DoublePair r{re.rounded(), im.rounded()};
+        unsure = too_small<16>(r, u, v);
+        const auto divided = [&](GridSum a, DoubleLanes all) {
+            const DoubleLanes first = shortened<27>(all * reciprocal);
+            return first + ((a.hi - first * norm_hi) + (a.lo - first * norm_lo)) * reciprocal;
+        };
+        return {divided(re, r.re), divided(im, r.im)};
     }
-    template <class V> static ComplexLanes<V> value(ComplexLanes<V> x, ComplexLanes<V> y) {
-        return in_lanes<DivLanes>(x, y);
+    static ComplexLanes<Lanes<float>> value(ComplexLanes<Lanes<float>> x, ComplexLanes<Lanes<float>> y) {
+        return pairs_through_double(
+            [](DoublePair u, DoublePair v) {
+                const DoubleLanes reciprocal = 1.0 / (v.re * v.re + v.im * v.im);
+                return DoublePair{(u.re * v.re + u.im * v.im) * reciprocal,
+                                  (u.im * v.re - u.re * v.im) * reciprocal};
+            },
+            x, y);
     }
     template <class T> static Status eval(Complex<T> x, Complex<T> y, Complex<T> &r) noexcept {
         return Div::eval(x, y, r);
     }
 };
 
-struct AbsLanes : ComplexLaneFunction {
-    template <class V> static IntegersOf<V> special(ComplexLanes<V> x) { return immoderate(x); }
-    template <class Working> static DoubleLanes value(DoublePair x) {
-        const typename Working::Factor a = x.re, b = x.im;
-        return Working::root(Working::sum_of_products(a, a, b, b));
+struct AbsLanes {
+    static constexpr int pass = 8;
+    static constexpr float padding = 1;
+    template <class V> static IntegersOf<V> special(ComplexLanes<V> x) {
+        return HypotLanes::special(x.re, x.im);
     }
-    template <class V> static V value(ComplexLanes<V> x) { return in_lanes<AbsLanes>(x); }
+    template <class V> static V value(ComplexLanes<V> x) { return HypotLanes::value(x.re, x.im); }
     template <class T> static Status eval(Complex<T> x, T &r) noexcept { return Abs::eval(x, r); }
 };
 

@@ -49,10 +49,14 @@ inline Z small_whole_power(Z z, int n) {
 inline Z turned(Scaled<DoubleDouble> size, int quarters) {
     double m = shifted(leading(size.m), size.e);
     switch (quarters & 3) {
-    case 0: return {m, 0};
-    case 1: return {0, m};
-    case 2: return {-m, 0};
-    default: return {0, -m};
+    case 0:
+        return {m, 0};
+    case 1:
+        return {0, m};
+    case 2:
+        return {-m, 0};
+    default:
+        return {0, -m};
     }
 }
 

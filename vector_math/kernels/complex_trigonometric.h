@@ -44,8 +44,7 @@ template <int B> Z cosh_of(Z z) {
     if (finite(z)) {
         auto h = hyperbolic_sine_cosine<B>(z.re);
         auto c = sine_cosine<B>(z.im);
-        return {shifted(rounded_product(h.c, c.c), h.ec),
-                shifted(rounded_product(h.s, c.s), h.es + c.e)};
+        return {shifted(rounded_product(h.c, c.c), h.ec), shifted(rounded_product(h.s, c.s), h.es + c.e)};
     }
     if (is_nan(z.re))
         return {z.re + z.re, z.im == 0 ? z.im : z.re + z.re};

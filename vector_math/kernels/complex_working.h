@@ -58,7 +58,7 @@ inline constexpr double infinity = std::numeric_limits<double>::infinity();
 inline double nan_of(double a, double b) { return is_nan(a) ? a + a : is_nan(b) ? b + b : not_a_number; }
 
 // To 107 bits and beyond, from the binary expansions.
-inline constexpr DoubleDouble half_pi{0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54};   // 1.5707963...
+inline constexpr DoubleDouble half_pi{0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54}; // 1.5707963...
 
 // Power series of the functions below; w stands for the square of the argument, either sign.
 struct OfExponential {
@@ -205,12 +205,8 @@ inline Reduced reduced(DoubleDouble x) {
 }
 
 // x sin(sqrt(w))/sqrt(w) and so on: w = -x^2 for the circular, +x^2 for the hyperbolic functions, |x| < 0.79.
-template <int B> Real<B> odd_part(Real<B> x, Real<B> w) {
-    return x * power_series<OfSine, B>(w);
-}
-template <int B> Real<B> even_part(Real<B> w) {
-    return power_series<OfCosine, B>(w);
-}
+template <int B> Real<B> odd_part(Real<B> x, Real<B> w) { return x * power_series<OfSine, B>(w); }
+template <int B> Real<B> even_part(Real<B> w) { return power_series<OfCosine, B>(w); }
 
 inline constexpr double tiny = 0x1p-600; // the sine, sinh and tangent of less is the argument
 
@@ -222,10 +218,14 @@ template <int B, class X> SineCosine<Real<B>> sine_cosine(X x) {
     N r = narrowed<N>(reduction.r), w = -(r * r);
     N s = odd_part<B>(r, w), c = even_part<B>(w);
     switch (reduction.quadrant & 3) {
-    case 0: return {s, c, 0};
-    case 1: return {c, -s, 0};
-    case 2: return {-s, -c, 0};
-    default: return {-c, s, 0};
+    case 0:
+        return {s, c, 0};
+    case 1:
+        return {c, -s, 0};
+    case 2:
+        return {-s, -c, 0};
+    default:
+        return {-c, s, 0};
     }
 }
 

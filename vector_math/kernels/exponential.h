@@ -26,9 +26,9 @@ template <int Bits> struct ScaledValue {
 };
 
 struct ExponentialConstants {
-    static constexpr double log2_e = 0x1.71547652b82fep+0;   // 1.4426950408889634
-    static constexpr double log2_10 = 0x1.a934f0979a371p+1;  // 3.3219280948873622
-    static constexpr double ln_2_head = 0x1.62e42fefa38p-1;  // 0.693147180559890...
+    static constexpr double log2_e = 0x1.71547652b82fep+0;  // 1.4426950408889634
+    static constexpr double log2_10 = 0x1.a934f0979a371p+1; // 3.3219280948873622
+    static constexpr double ln_2_head = 0x1.62e42fefa38p-1; // 0.693147180559890...
     static constexpr DoubleDouble ln_2_tail{0x1.ef35793c7673p-45, 0x1.f97b57a079a19p-103};
     static constexpr double log10_2_head = 0x1.34413509f78p-2; // 0.301029995663952...
     static constexpr DoubleDouble log10_2_tail{0x1.fef311f12b358p-46, 0x1.6f922f04d5a62p-102};

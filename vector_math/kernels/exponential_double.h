@@ -22,9 +22,39 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
-#include <type_traits>
 
 namespace qor::fyn {
+
+// x = n step + r with r = reduced - excess: a sum of two numbers, or one. Step names the step's two parts,
+// the leading one short enough for an exact product with n, and its inverse.
+template <class V, class Step> struct ExponentSteps {
+    static constexpr double shifter = 0x1.8p+52; // rounds to an integer by addition
+
+    IntegersOf<V> n; // in the low bits
+    V reduced, excess, r;
+
+    ExponentSteps() = default;
+    template <class... Tail> explicit ExponentSteps(V head, Tail... tail) {
+        const V shifted = (head + ... + tail) * Step::inv_step + shifter;
+        const V whole = shifted - shifter;
+        n = bits_of(shifted);
+        reduced = head - whole * Step::step_hi; // exact
+        excess = ((whole * Step::step_lo) - ... - tail);
+        r = reduced - excess;
+    }
+};
+
+// v * 2^M where n = 64 M + j: the bits of n above the low six, moved to the exponent's place. What a shifter
+// adds above them falls off the word.
+template <class V> V scaled_by_64ths(V v, IntegersOf<V> n) {
+    return from_bits<V>(wrapping_sum(bits_of(v), (n & ~63) << 46));
+}
+
+// Negative where the upper word of |x| exceeds the limit.
+inline std::int64_t negative_beyond(std::int32_t limit, double x) {
+    const auto magnitude = static_cast<std::int64_t>(std::bit_cast<std::uint64_t>(x) >> 32 & 0x7FFFFFFF);
+    return limit - magnitude;
+}
 
 struct ExpDouble {
     static constexpr int pass = 16;
@@ -42,35 +72,20 @@ struct ExpDouble {
     static constexpr double split = 0x1.8p+32;
     static constexpr double two_m60 = 0x1p-60;
 
-    // Negative where the upper word of |x| exceeds the limit.
-    static std::int64_t special_bits(double x) {
-        const auto magnitude = static_cast<std::int64_t>(std::bit_cast<std::uint64_t>(x) >> 32 & 0x7FFFFFFF);
-        return fast_limit_hi - magnitude;
-    }
+    static std::int64_t special_bits(double x) { return negative_beyond(fast_limit_hi, x); }
 
-    struct NoTail {};
+    // x = n ln2/64 + r; e^r - 1 = r + curved = reduced + rest, with nothing of r lost.
+    template <class V> struct Reduced : ExponentSteps<V, ExpDouble> {
+        using Steps = ExponentSteps<V, ExpDouble>;
+        using Steps::excess, Steps::n, Steps::r, Steps::reduced;
+        V curved, rest;
 
-    // head + tail = n ln2/64 + r; e^r - 1 = reduced + (curved - excess), with nothing of r lost.
-    template <class V> struct Reduced {
-        IntegersOf<V> n;
-        V reduced, excess, r, curved;
-
-        template <class Tail> Reduced(V head, Tail tail) {
-            V shifted;
-            if constexpr (std::is_same_v<Tail, NoTail>)
-                shifted = head * inv_step + shifter;
-            else
-                shifted = (head + tail) * inv_step + shifter;
-            const V whole = shifted - shifter;
-            n = bits_of(shifted);
-            reduced = head - whole * step_hi; // exact
-            excess = whole * step_lo;
-            if constexpr (!std::is_same_v<Tail, NoTail>)
-                excess -= tail;
-            r = reduced - excess;
+        Reduced() = default;
+        template <class... Tail> explicit Reduced(V head, Tail... tail) : Steps(head, tail...) {
             const V square = r * r;
             curved = square * ((0.4999999999994775 + r * 0.1666666666667797) +
                                square * (0.04166672368662385 + r * 0.00833333416441411));
+            rest = curved - excess;
         }
 
         V exponential() const {
@@ -78,15 +93,17 @@ struct ExpDouble {
             look_up_modulo(exponential_absolute, n, hi, lo);
             // hi + (hi p + lo (1 + p)) with the large part of p by itself: two roundings at its last place,
             // then the result's
-            return scaled(hi + (hi * reduced + (hi * (curved - excess) + (lo + lo * reduced))));
+            return scaled(hi + (hi * reduced + (hi * rest + (lo + lo * reduced))));
         }
 
-        // M into the exponent: the bits of n above the low six, moved to the exponent's place. What the
-        // shifter adds above them falls off the word.
-        V scaled(V mantissa) const { return from_bits<V>(wrapping_sum(bits_of(mantissa), (n & ~63) << 46)); }
+        V scaled(V mantissa) const { return scaled_by_64ths(mantissa, n); }
     };
 
-    template <class V> static V value(V x) { return Reduced<V>(x, NoTail{}).exponential(); }
+    template <class V> [[gnu::always_inline]] static auto start(V x) { return Reduced<V>(x); }
+    template <class V> [[gnu::always_inline]] static V finish(const Reduced<V> &at, V) {
+        return at.exponential();
+    }
+    template <class V> static V value(V x) { return finish(start(x), x); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(double x, double &result) noexcept {
         const auto exponent = static_cast<unsigned>(std::bit_cast<std::uint64_t>(x) >> 52) & 0x7FF;

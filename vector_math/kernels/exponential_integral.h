@@ -28,7 +28,7 @@ template <Accuracy A> struct ExpInt1 {
             return brief(v, r);
     }
 
-private:
+  private:
     template <class T> static Status high(double x, T &r) noexcept {
         if (x < 0.5) {
             double series = to_double(special::evaluate(tables::e1_series[0], x - 0.25));

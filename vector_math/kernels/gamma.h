@@ -5,10 +5,17 @@
 // whose first term left out is below 2^-59 at 12. Negative arguments by reflection,
 //   gamma(x) gamma(-x) = -pi / (x sin pi x).
 // log gamma: on [3/4, 5/2] pieces with the zeros at 1 and 2 taken out, so that small results are accurate
-// relative to themselves; near its zeros at negative arguments the error is some 2^-57 absolutely.
+// relative to themselves; at negative arguments, where reflection errs by some 2^-57 absolutely, polynomials
+// around each zero do the same down to -16. From there on no number is near enough to a zero to need them.
 #pragma once
 
+#include "vector_math/kernels/gamma_tables.h"
 #include "vector_math/kernels/special_pieces.h"
+
+#include <cmath>
+#include <cstddef>
+#include <iterator>
+#include <limits>
 
 namespace qor::fyn {
 
@@ -66,6 +73,25 @@ inline DoubleDouble log_gamma_any_positive(double x) noexcept {
     return log_gamma_positive(next.hi, next.lo) - logarithm<72>(DoubleDouble(x));
 }
 
+// log |gamma x| where x < 0 is near one of its zeros
+inline bool log_gamma_near_zero(double x, double &r) noexcept {
+    if (x < -17)
+        return false;
+    const double pole = nearest_integer(x); // the zeros are beside poles, the first one left of -2
+    const int index = static_cast<int>(-2 * pole) - 5 + (x < pole);
+    if (index < 0 || index >= static_cast<int>(std::size(log_gamma_zeros)))
+        return false;
+    const LogGammaZero &zero = log_gamma_zeros[index];
+    const DoubleDouble s = two_sum(x - zero.hi, -zero.lo) * zero.inverse_scale;
+    if (!(std::fabs(s.hi) < 1))
+        return false;
+    double rest = 0;
+    for (std::size_t i = std::size(zero.c); i-- > 1;)
+        rest = (rest + zero.c[i]) * s.hi;
+    r = to_double(s * two_sum(zero.c[0], rest));
+    return true;
+}
+
 // |sin(pi x)| for finite x >= 0, x not an integer
 inline DoubleDouble sine_size(double x) noexcept {
     return sine_of_half_turns(std::fabs(x - nearest_integer(x)));
@@ -77,7 +103,7 @@ struct LGamma {
     template <class T> static Status eval(T x, T &r) noexcept {
         constexpr T limit = std::numeric_limits<T>::infinity();
         if (x != x || x == limit || x == -limit) {
-            r = x < 0 ? -x : x + x;
+            r = x == -limit ? limit : x + x; // no ordered comparison with a NaN
             return status_ok;
         }
         double v = static_cast<double>(x), y = std::fabs(v);
@@ -86,6 +112,8 @@ struct LGamma {
         if (y < 0x1p-60)
             return plain_result(-to_double(logarithm<72>(DoubleDouble(y))), r);
         if (v < 0) {
+            if (double near_zero; special::log_gamma_near_zero(v, near_zero))
+                return plain_result(near_zero, r);
             DoubleDouble product = special::sine_size(y) * y;
             return plain_result(to_double(logarithm<72>(pi / product) - special::log_gamma_any_positive(y)),
                                 r);

@@ -23,11 +23,10 @@
 #include "vector_math/kernels/argument_window.h"
 #include "vector_math/kernels/inverse_error_function.h"
 #include "vector_math/kernels/inverse_error_function_tables.h"
+#include "vector_math/kernels/polynomial_rows.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -60,54 +59,6 @@ template <class V, class Table> struct ErfInversePlace {
     }
 };
 
-// The terms of the rows with these numbers less `first`, one vector a term.
-template <std::uint64_t first, class Table>
-void look_up_rows(const Table &table, const IntegerPair &numbers, Lanes<double> (&terms)[Table::terms]) {
-    for (unsigned i = 0; i < Table::terms; i += 2) {
-        const auto a = load<Lanes<double>>(table.row[numbers.low - first] + i);
-        const auto b = load<Lanes<double>>(table.row[numbers.high - first] + i);
-        terms[i] = _mm_unpacklo_pd(a, b);
-        terms[i + 1] = _mm_unpackhi_pd(a, b);
-    }
-}
-
-template <std::uint64_t first, class Table>
-void look_up_rows(const Table &table, const IntegerPair &numbers, Lanes<float> (&terms)[Table::terms]) {
-    static_assert(Table::terms == 2 || Table::terms == 3);
-    const IntegerQuad index(numbers);
-    const auto row = [&](int lane) { return table.row[index.lane[lane] - first]; };
-    if constexpr (Table::terms == 2) {
-        const auto pair = [&](int lane) {
-            double both;
-            std::memcpy(&both, row(lane), sizeof both);
-            return both;
-        };
-        const auto a = std::bit_cast<__m128>(Lanes<double>{pair(0), pair(1)});
-        const auto b = std::bit_cast<__m128>(Lanes<double>{pair(2), pair(3)});
-        terms[0] = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
-        terms[1] = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
-    } else {
-        const __m128 r[] = {load<Lanes<float>>(row(0)), load<Lanes<float>>(row(1)),
-                            load<Lanes<float>>(row(2)), load<Lanes<float>>(row(3))};
-        const __m128 a = _mm_unpacklo_ps(r[0], r[1]), b = _mm_unpacklo_ps(r[2], r[3]);
-        terms[0] = _mm_movelh_ps(a, b);
-        terms[1] = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 2, 3, 2));
-        terms[2] = _mm_movelh_ps(_mm_unpackhi_ps(r[0], r[1]), _mm_unpackhi_ps(r[2], r[3]));
-    }
-}
-
-// g(x) without the first `apart` terms, which are given back.
-template <unsigned apart = 0, class V, class Table>
-V erf_inverse_ratio(const Table &table, const ErfInversePlace<V, Table> &at, V *leading = nullptr) {
-    V terms[Table::terms];
-    look_up_rows<at.first>(table, at.row, terms);
-    std::copy_n(terms, apart, leading);
-    V sum = terms[Table::terms - 1];
-    for (unsigned i = Table::terms - 1; i-- > apart;)
-        sum = sum * at.distance + terms[i];
-    return sum;
-}
-
 template <class T, Accuracy A> struct ErfInvLanes {
     static constexpr int pass = 16;
     static constexpr T padding = T(0.5);
@@ -131,15 +82,15 @@ template <class T, Accuracy A> struct ErfInvLanes {
     template <class V> [[gnu::always_inline]] static V finish(const auto &at, V x) {
         if constexpr (through_double) {
             const Halves halves = widened(x);
-            return narrowed({halves.low * erf_inverse_ratio(table, at.low),
-                             halves.high * erf_inverse_ratio(table, at.high)});
+            return narrowed(
+                {halves.low * row_polynomials(table, at.low), halves.high * row_polynomials(table, at.high)});
         } else if constexpr (A == Accuracy::high) {
             const V upper = from_bits<V>(bits_of(x) & ~((std::int64_t{1} << 26) - 1));
             V leading;
-            const V rest = erf_inverse_ratio<1>(table, at, &leading);
+            const V rest = row_polynomials<1>(table, at, &leading);
             return upper * leading + ((x - upper) * leading + x * rest); // upper * leading is exact
         } else {
-            return x * erf_inverse_ratio(table, at);
+            return x * row_polynomials(table, at);
         }
     }
 

@@ -16,6 +16,11 @@ template <class V> V with_sign(V positive, IntegersOf<V> sign) {
     return from_bits<V>(bits_of(positive) | sign);
 }
 
+// x with its last `bits` bits zero: products of numbers so short are exact.
+template <int bits, class V> V shortened(V x) {
+    return from_bits<V>(bits_of(x) & ~((IntegerOf<ElementOf<V>>{1} << bits) - 1));
+}
+
 // One of two instructions, by the element type.
 template <class V, class Double, class Single> V by_element(V x, V y, Double pd, Single ps) {
     if constexpr (sizeof(ElementOf<V>) == 8)

@@ -20,9 +20,9 @@ struct ArtanhSeries {
 };
 
 struct LogarithmConstants {
-    static constexpr double sqrt_2 = 0x1.6a09e667f3bcdp+0; // 1.4142135623730951
-    static constexpr DoubleDouble log2_e{0x1.71547652b82fep+0, 0x1.777d0ffda0d24p-56}; // 1.4426950408889634
-    static constexpr DoubleDouble log10_e{0x1.bcb7b1526e50ep-2, 0x1.95355baaafad3p-57}; // 0.4342944819032518
+    static constexpr double sqrt_2 = 0x1.6a09e667f3bcdp+0;                               // 1.4142135623730951
+    static constexpr DoubleDouble log2_e{0x1.71547652b82fep+0, 0x1.777d0ffda0d24p-56};   // 1.4426950408889634
+    static constexpr DoubleDouble log10_e{0x1.bcb7b1526e50ep-2, 0x1.95355baaafad3p-57};  // 0.4342944819032518
     static constexpr DoubleDouble log10_2{0x1.34413509f79ffp-2, -0x1.9dc1da994fd21p-59}; // 0.3010299956639812
 };
 

@@ -22,33 +22,13 @@
 #include "vector_math/kernels/argument_window.h"
 #include "vector_math/kernels/logarithm.h"
 #include "vector_math/kernels/logarithm_tables.h"
+#include "vector_math/kernels/logarithm_terms.h"
 
 #include <bit>
 #include <cstdint>
 #include <limits>
 
 namespace qor::fyn {
-
-// x = 2^exponent * mantissa, and the number of the mantissa's interval in the low bits. Any bits give some
-// finite numbers.
-struct LogarithmReduction {
-    using V = Lanes<double>;
-    using Unsigned = Lanes<std::uint64_t>;
-
-    static constexpr std::uint64_t one = 0x3FF0000000000000, fraction = 0x000FFFFFFFFFFFFF;
-    static constexpr std::uint64_t below_one = std::uint64_t{309} << 43; // 154.5 intervals of 2^44
-    static constexpr std::uint64_t two_52 = 0x4330000000000000;          // its last place is 1
-
-    V exponent, mantissa;
-    Lanes<std::int64_t> interval;
-
-    explicit LogarithmReduction(V x) {
-        const Unsigned moved = std::bit_cast<Unsigned>(x) + below_one;
-        exponent = std::bit_cast<V>((moved >> 52) | two_52) - (0x1p52 + 1023);
-        mantissa = std::bit_cast<V>((moved & fraction) + (one - below_one));
-        interval = std::bit_cast<Lanes<std::int64_t>>(moved >> 44);
-    }
-};
 
 template <class T> struct LnLanes {
     static constexpr int pass = 16;
@@ -66,11 +46,16 @@ template <class T> struct LnLanes {
 
     template <class V> [[gnu::always_inline]] static auto start(V x) {
         if constexpr (sizeof(T) == 8)
-            return start_double(x);
+            return LogarithmTerms<BaseE>(x);
         else
             return start_single(x);
     }
-    template <class V> [[gnu::always_inline]] static V finish(const auto &started, V) { return sum(started); }
+    template <class V> [[gnu::always_inline]] static V finish(const auto &started, V) {
+        if constexpr (sizeof(T) == 8)
+            return started.sum();
+        else
+            return narrowed(halves_of_single(started));
+    }
     template <class V> static V value(V x) { return finish(start(x), x); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept { return Ln::eval(x, r); }
@@ -82,45 +67,13 @@ template <class T> struct LnLanes {
     }
 
   private:
-    static constexpr double ln2_hi = 0x1.62e42fefa38p-1;         // a multiple of 2^-43
-    static constexpr double ln2_lo = 0x1.ef35793c7673p-45;       // ln 2 - ln2_hi
     static constexpr double ln2_of_bits = 0x1.62e42fefa39efp-24; // ln 2 / 2^23
     static constexpr double single_linear = 0x1.713743c48fcfbp+0, single_square = -0x1.0a403034cbc69p+0;
-
-    struct Terms { // of two elements
-        Lanes<double> exponent, whole, r_hi, r_lo;
-    };
-
-    [[gnu::always_inline]] static Terms start_double(Lanes<double> x) {
-        using V = Lanes<double>;
-        const LogarithmReduction at(x);
-        V reciprocal, logarithm;
-        look_up_modulo(logarithm_pairs, at.interval, reciprocal, logarithm);
-        const V z_hi = from_bits<V>(bits_of(at.mantissa) & ~((std::int64_t{1} << 36) - 1));
-        return {at.exponent, at.exponent * ln2_hi + logarithm,             // exact
-                z_hi * reciprocal - 1, (at.mantissa - z_hi) * reciprocal}; // the former exact
-    }
-
-    [[gnu::always_inline]] static Lanes<double> sum(const Terms &t) {
-        using V = Lanes<double>;
-        const V r = t.r_hi + t.r_lo;
-        const V leading = t.whole + r;
-        const V rest = (((t.whole - leading) + t.r_hi) + t.r_lo) + t.exponent * ln2_lo;
-        const V square = r * r;
-        const V q =
-            (-0.5 + r * 0.3333333333322741) +
-            square * ((-0.24999999999907319 + r * 0.2000008698223915) + square * -0.16666742776134164);
-        return leading + (rest + square * q);
-    }
 
     struct SinglePlace { // of four elements
         Halves z, k;
         IntegerPair interval;
     };
-
-    [[gnu::always_inline]] static Lanes<float> sum(const SinglePlace &at) {
-        return narrowed(halves_of_single(at));
-    }
 
     [[gnu::always_inline]] static SinglePlace start_single(Lanes<float> x) {
         using Words = Lanes<std::uint32_t>;

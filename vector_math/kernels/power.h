@@ -18,8 +18,12 @@ namespace qor::fyn {
 
 template <class T, Accuracy A> struct PowerBits {
     static constexpr bool single = std::is_same_v<T, float>;
-    static constexpr int log = single ? (A == Accuracy::high ? 54 : A == Accuracy::low ? 36 : 22)
-                                      : (A == Accuracy::high ? 74 : A == Accuracy::low ? 66 : 42);
+    static constexpr int log = single ? (A == Accuracy::high  ? 54
+                                         : A == Accuracy::low ? 36
+                                                              : 22)
+                                      : (A == Accuracy::high  ? 74
+                                         : A == Accuracy::low ? 66
+                                                              : 42);
     static constexpr int exp = working_bits<T, A>;
 };
 

@@ -32,25 +32,31 @@ inline Lanes<std::int64_t> in_odd_quadrant(Lanes<std::int64_t> n) {
     return whole_lanes(std::bit_cast<Lanes<std::int64_t>>(_mm_srai_epi32(top, 31)));
 }
 
-inline void swap_where(Lanes<std::int64_t> chosen, V &a, V &b) {
+template <class W> void swap_where(IntegersOf<W> chosen, W &a, W &b) {
     const auto difference = (bits_of(a) ^ bits_of(b)) & chosen;
-    a = from_bits<V>(bits_of(a) ^ difference);
-    b = from_bits<V>(bits_of(b) ^ difference);
+    a = from_bits<W>(bits_of(a) ^ difference);
+    b = from_bits<W>(bits_of(b) ^ difference);
 }
 
-inline V negated_where(Lanes<std::int64_t> chosen, V v) {
-    return from_bits<V>(bits_of(v) ^ (chosen & sign_bit<double>));
+template <class W> W negated_where(IntegersOf<W> chosen, W v) {
+    return from_bits<W>(bits_of(v) ^ (chosen & sign_bit<ElementOf<W>>));
 }
 
 // The upper 26 bits: their products are exact.
 inline V upper_half(V v) { return from_bits<V>(bits_of(v) & ~((std::int64_t{1} << 27) - 1)); }
 
+// n / d as its upper 26 bits and left / d, what they leave of it; the rounded inverse of d will do there.
+struct PartialQuotient {
+    V inverse, q, left;
+    PartialQuotient(V n, V d) : inverse(1.0 / d), q(upper_half(n * inverse)) {
+        const V d_hi = upper_half(d), d_lo = d - d_hi;
+        left = (n - q * d_hi) - q * d_lo;
+    }
+};
+
 inline V quotient(const TwoParts &numerator, const TwoParts &denominator) {
-    const V inverse = 1.0 / denominator.leading;
-    const V q = upper_half(numerator.leading * inverse);
-    const V d_hi = upper_half(denominator.leading), d_lo = denominator.leading - d_hi;
-    const V left = (numerator.leading - q * d_hi) - q * d_lo;
-    return q + (left + (numerator.rest - q * denominator.rest)) * inverse;
+    const PartialQuotient by(numerator.leading, denominator.leading);
+    return by.q + (by.left + (numerator.rest - by.q * denominator.rest)) * by.inverse;
 }
 
 [[gnu::always_inline]] inline V tangent(const Reduced &x) {
@@ -73,17 +79,22 @@ inline V quotient(const TwoParts &numerator, const TwoParts &denominator) {
     return negated_where(odd, quotient(a, b));
 }
 
+// tan(n pi/64 + arctan t)
+inline V tangent_beyond_step(V t, Lanes<std::int64_t> n) {
+    V step, step_rest;
+    look_up_modulo(angle_tangents, n, step, step_rest);
+    V a = step + t, b = 1.0 - step * t;
+    const auto odd = in_odd_quadrant(n);
+    swap_where(odd, a, b);
+    return negated_where(odd, a / b);
+}
+
 inline V single_tangent(const ReducedSteps &x) {
     const V u = x.f * x.f;
     const V t =
         x.f * (((u * 3.7080729887742367e-11 + 3.80004023673057e-08) * u + 3.9426519623343246e-05) * u +
                0.04908738521234052);
-    V step, step_rest;
-    look_up_modulo(angle_tangents, x.n, step, step_rest);
-    V a = step + t, b = 1.0 - step * t;
-    const auto odd = in_odd_quadrant(x.n);
-    swap_where(odd, a, b);
-    return negated_where(odd, a / b);
+    return tangent_beyond_step(t, x.n);
 }
 
 } // namespace angle_lanes

@@ -57,11 +57,26 @@ inline ReducedAngle<DoubleDouble> reduce_huge_angle(double x) noexcept {
     // 64 zeros, then the first 1280 bits of 2/pi (MPFR).
     static constexpr std::uint64_t bits_of_2_over_pi[21] = {
         0,
-        0xa2f9836e4e441529u, 0xfc2757d1f534ddc0u, 0xdb6295993c439041u, 0xfe5163abdebbc561u,
-        0xb7246e3a424dd2e0u, 0x06492eea09d1921cu, 0xfe1deb1cb129a73eu, 0xe88235f52ebb4484u,
-        0xe99c7026b45f7e41u, 0x3991d639835339f4u, 0x9c845f8bbdf9283bu, 0x1ff897ffde05980fu,
-        0xef2f118b5a0a6d1fu, 0x6d367ecf27cb09b7u, 0x4f463f669e5fea2du, 0x7527bac7ebe5f17bu,
-        0x3d0739f78a5292eau, 0x6bfb5fb11f8d5d08u, 0x56033046fc7b6babu, 0xf0cfbc209af4361du,
+        0xa2f9836e4e441529u,
+        0xfc2757d1f534ddc0u,
+        0xdb6295993c439041u,
+        0xfe5163abdebbc561u,
+        0xb7246e3a424dd2e0u,
+        0x06492eea09d1921cu,
+        0xfe1deb1cb129a73eu,
+        0xe88235f52ebb4484u,
+        0xe99c7026b45f7e41u,
+        0x3991d639835339f4u,
+        0x9c845f8bbdf9283bu,
+        0x1ff897ffde05980fu,
+        0xef2f118b5a0a6d1fu,
+        0x6d367ecf27cb09b7u,
+        0x4f463f669e5fea2du,
+        0x7527bac7ebe5f17bu,
+        0x3d0739f78a5292eau,
+        0x6bfb5fb11f8d5d08u,
+        0x56033046fc7b6babu,
+        0xf0cfbc209af4361du,
     };
     // x = m 2^e with an integer m of 53 bits. Bits of 2/pi down to weight 2^(2-e) make multiples of 4 and
     // are left out; the window starts with the next, number e-1 after the point, and is 192 bits long.
@@ -250,9 +265,10 @@ template <class T, class Unit> inline Status angle_of_point(T y, T x, Unit, T &r
     constexpr int bits = working_bits<T>;
     constexpr double infinity = std::numeric_limits<double>::infinity();
     using R = Real<bits>;
-    r = x + y;
-    if (x != x || y != y)
+    if (x != x || y != y) {
+        r = x + y;
         return status_ok;
+    }
     double size_x = std::fabs(static_cast<double>(x)), size_y = std::fabs(static_cast<double>(y));
     bool left = std::signbit(x);
     double angle;

@@ -130,9 +130,10 @@ struct Asinpi {
         r = x + x;
         if (x != x)
             return status_ok;
-        double result = size < 0x1p-40 ? scaled_product<bits>(size, one_over_pi)
-                                       : to_double(arctangent<bits>(size, unit_leg<bits>(size)) *
-                                                   narrowed<Real<bits>>(one_over_pi));
+        double result =
+            size < 0x1p-40
+                ? scaled_product<bits>(size, one_over_pi)
+                : to_double(arctangent<bits>(size, unit_leg<bits>(size)) * narrowed<Real<bits>>(one_over_pi));
         return plain_result(std::copysign(result, static_cast<double>(x)), r);
     }
 };
@@ -149,8 +150,8 @@ struct Acospi {
         if (x == 1)
             return status_ok;
         double xd = static_cast<double>(x);
-        return plain_result(to_double(arctangent<bits>(unit_leg<bits>(xd), xd) *
-                                      narrowed<Real<bits>>(one_over_pi)), r);
+        return plain_result(
+            to_double(arctangent<bits>(unit_leg<bits>(xd), xd) * narrowed<Real<bits>>(one_over_pi)), r);
     }
 };
 
