@@ -23,7 +23,8 @@ tools_for_docs='cmake cmake
 make make
 g++ g++
 python3 python3
-doxygen doxygen'
+doxygen doxygen
+gnuplot gnuplot-nox'
 
 case ${1:-} in
 demo) tools=$tools_for_demo ;;
