@@ -141,7 +141,23 @@ void run(benchmark::State &state, const Contest &contest, const std::string &par
     qor_df_kernel_DeleteTask(&p.task);
 }
 
-// Construction of a linear spline over nx breakpoints, and the loop a program would write.
+// Construction of a linear spline over n breakpoints as a program would write it, from the same arguments.
+[[gnu::noinline]] void plain_linear(std::int64_t n, const double *x, const double *y, double *__restrict c) {
+    for (std::int64_t i = 0; i < n - 1; ++i) {
+        c[2 * i] = y[i];
+        c[2 * i + 1] = (y[i + 1] - y[i]) / (x[i + 1] - x[i]);
+    }
+}
+
+[[gnu::noinline]] void plain_uniform(std::int64_t n, const double *ends, const double *y,
+                                     double *__restrict c) {
+    const double inverse = static_cast<double>(n - 1) / (ends[1] - ends[0]);
+    for (std::int64_t i = 0; i < n - 1; ++i) {
+        c[2 * i] = y[i];
+        c[2 * i + 1] = (y[i + 1] - y[i]) * inverse;
+    }
+}
+
 void construct(benchmark::State &state, bool ours, bool uniform_partition, std::size_t nx) {
     const auto n = static_cast<std::int64_t>(nx);
     std::vector<double> x(nx), y(nx), c(2 * (nx - 1));
@@ -156,22 +172,13 @@ void construct(benchmark::State &state, bool ours, bool uniform_partition, std::
     qor_df_kernel_dNewTask1D(&task, n, uniform_partition ? ends : x.data(),
                              uniform_partition ? QOR_DF_UNIFORM : QOR_DF_NON_UNIFORM, 1, y.data(), 0, 1);
     qor_df_kernel_dEditPPSpline1D(task, 2, 0, 0, nullptr, 0, nullptr, c.data(), 0);
-    const double inverse = static_cast<double>(nx - 1) * (1 / (ends[1] - ends[0]));
-    const double *const px = x.data(), *const py = y.data();
-    double *__restrict const pc = c.data();
     for (auto _ : state) {
         if (ours)
             qor_df_kernel_dDFLinearSpline1D(task, 0, nullptr, 0);
         else if (uniform_partition)
-            for (std::int64_t i = 0; i < n - 1; ++i) {
-                pc[2 * i] = py[i];
-                pc[2 * i + 1] = (py[i + 1] - py[i]) * inverse;
-            }
+            plain_uniform(n, ends, y.data(), c.data());
         else
-            for (std::int64_t i = 0; i < n - 1; ++i) {
-                pc[2 * i] = py[i];
-                pc[2 * i + 1] = (py[i + 1] - py[i]) / (px[i + 1] - px[i]);
-            }
+            plain_linear(n, x.data(), y.data(), c.data());
         benchmark::ClobberMemory();
     }
     qor_df_kernel_DeleteTask(&task);

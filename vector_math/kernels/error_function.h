@@ -21,7 +21,7 @@ inline DoubleDouble erfcx_positive(double x, double x_lo = 0) noexcept {
         return evaluate(tables::erfcx_pieces[at.row], at.t + x_lo, x_lo - ((at.t + x_lo) - at.t));
     }
     if (x > 0x1p+60)
-        return {inverse_sqrt_pi.hi / x, 0};
+        return inverse_sqrt_pi / DoubleDouble(x);
     double u = 1 / (x * x);
     return evaluate(tables::erfcx_tail[0], u - 0.5 / 225) / DoubleDouble(x, x_lo);
 }
@@ -57,7 +57,7 @@ struct Erf {
         }
         double size = std::fabs(static_cast<double>(x)), value;
         if (size < 0x1p-100) // 2/sqrt(pi) x, in a range where no part is subnormal
-            value = to_double(2.0 * special::inverse_sqrt_pi * (size * 0x1p+600)) * 0x1p-600;
+            value = scaled(2.0 * special::inverse_sqrt_pi * (size * 0x1p+1000), -1000);
         else if (size < 0.5)
             value = to_double(special::erf_small(size));
         else if (size < 6.5)
@@ -100,8 +100,9 @@ struct Erfcx {
         }
         double v = static_cast<double>(x);
         if (v >= 0) {
-            if (v > 0x1p+1000) // the result is close to the smallest normal number
-                return qor::fyn::checked_result(special::inverse_sqrt_pi.hi / v, r);
+            if (v > 0x1p+900) // the result may be subnormal
+                return qor::fyn::checked_result(
+                    scaled(special::inverse_sqrt_pi / DoubleDouble(v * 0x1p-1000), -1000), r);
             return qor::fyn::checked_result(to_double(special::erfcx_positive(v)), r);
         }
         v = v > -30 ? v : -30;
