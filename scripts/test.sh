@@ -20,7 +20,7 @@ tests_counted() {
 fuzz() {
     local log=build/test_fuzz.log
     if ! { cmake -S . -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug \
-        -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" -DQOR_SANITIZE=address,undefined -DQOR_BUILD_TESTS=ON &&
+        -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" -DQOR_SANITIZE=address,undefined -DQOR_BUILD_TESTS=ON &&
         cmake --build build/fuzz --target image_fuzz -j 2 && mkdir -p build/fuzz/found; } >"$log" 2>&1; then
         tail -40 "$log"
         echo "fuzz: build failed"
@@ -52,7 +52,7 @@ for preset in "$@"; do
         exit 1
     fi
     status=0
-    ctest --preset "$preset" --verbose --no-tests=error >"$log" 2>&1 || status=$?
+    ctest --preset "$preset" --verbose --no-tests=error -j 2 >"$log" 2>&1 || status=$?
     count=$(tests_counted PASSED "$log")
     if [ "$status" != 0 ]; then
         grep -E 'Failure|error:|ERROR|WARNING: ThreadSanitizer|\[  FAILED  \]' "$log" | head -60 || true
