@@ -230,9 +230,10 @@ template <Shape shape, class T, bool strided>
     }
 }
 
-// A pass with special elements, which begins with element i: the others in lanes, then the special ones.
+// A pass with special elements, which begins with element i: the others in lanes, then the special ones. Not
+// cold: there are vectors of nothing else.
 template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
-[[gnu::noinline, gnu::cold]] void special_pass(const F &function, std::int32_t i, int count,
+[[gnu::noinline]] void special_pass(const F &function, std::int32_t i, int count,
                                                const Lines<T> &lines, const Vectors<T, strided> &vectors) {
     using Arguments = Arguments<shape, repeated>;
     T x[F::pass], y[F::pass], ordinary_x[F::pass], ordinary_y[F::pass];

@@ -114,7 +114,7 @@ struct TanLanes {
                 x);
     }
 
-    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
+    template <class T> [[gnu::noinline]] static Status eval(T x, T &result) noexcept {
         Status status = status_ok;
         if (!angle_lanes::is_no_angle_or_tiny(x, x, result, status))
             result =

@@ -212,7 +212,7 @@ template <int quarters> struct SineLanes {
     }
     template <class W> [[gnu::always_inline]] static W value(W x) { return finish(start(x), x); }
 
-    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &result) noexcept {
+    template <class T> [[gnu::noinline]] static Status eval(T x, T &result) noexcept {
         Status status = status_ok;
         if (!angle_lanes::is_no_angle_or_tiny(x, quarters == 0 ? x : T(1), result, status))
             result = static_cast<T>(of_special(angle_lanes::reduce_special(static_cast<double>(x))));
@@ -243,7 +243,7 @@ struct SinCosLanes {
         finish(start(x), x, sine, cosine);
     }
 
-    template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &sine, T &cosine) noexcept {
+    template <class T> [[gnu::noinline]] static Status eval(T x, T &sine, T &cosine) noexcept {
         Status status = status_ok;
         if (angle_lanes::is_no_angle_or_tiny(x, x, sine, status)) {
             CosLanes::eval(x, cosine);
