@@ -72,7 +72,7 @@ template <class T> Status build_linear_spline(const Task *task, const void *rese
         return QOR_DF_NULL_VALUES;
     if (task->coefficients == nullptr)
         return QOR_DF_NULL_COEFFICIENTS;
-    constexpr void (*kernels[2][2])(const Task &) = {
+    static constexpr void (*kernels[2][2])(const Task &) = {
         {build_from_rows<false, T>, build_from_rows<true, T>},
         {build_from_columns<false, T>, build_from_columns<true, T>},
     };
