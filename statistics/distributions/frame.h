@@ -87,14 +87,19 @@ template <class T, class Work> void in_pieces(std::int32_t n, T *r, const Work &
         work(std::min(n - done, block), r + done);
 }
 
+// work(i) for the elements of a piece; four registers a turn where the compiler puts it into vector code.
+template <class Work> void each_element(std::int32_t n, const Work &work) {
+#pragma GCC unroll 4
+    for (std::int32_t i = 0; i < n; ++i)
+        work(i);
+}
+
 // r = r beta + a, not below a where `accurate` asks for it.
 template <class T> void scale_and_shift(std::int32_t n, T *r, T beta, T a, bool accurate = false) {
     if (accurate)
-        for (std::int32_t i = 0; i < n; ++i)
-            r[i] = std::max(a, r[i] * beta + a);
+        each_element(n, [=](std::int32_t i) { r[i] = std::max(a, r[i] * beta + a); });
     else
-        for (std::int32_t i = 0; i < n; ++i)
-            r[i] = r[i] * beta + a;
+        each_element(n, [=](std::int32_t i) { r[i] = r[i] * beta + a; });
 }
 
 } // namespace qor::bex

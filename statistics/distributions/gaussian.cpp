@@ -45,17 +45,16 @@ template <class T> std::int32_t replace_result(FynErrorContext *context) {
 // sqrt(-2 ln u), in place.
 template <class T> void to_radii(std::int32_t n, T *u) {
     apply(logarithm, n, u, u);
-    for (std::int32_t i = 0; i < n; ++i)
-        u[i] *= T(-2);
+    each_element(n, [=](std::int32_t i) { u[i] *= T(-2); });
     apply(square_root, n, u, u);
 }
 
 // Pairs of uniforms to radii and angles.
 template <class T> void split(std::int32_t pairs, const T *uniforms, T *radii, T *angles) {
-    for (std::int32_t i = 0; i < pairs; ++i) {
+    each_element(pairs, [=](std::int32_t i) {
         radii[i] = uniforms[2 * i];
         angles[i] = uniforms[2 * i + 1] * Constants<T>::two_pi;
-    }
+    });
     to_radii(pairs, radii);
 }
 
@@ -69,8 +68,7 @@ template <class T> std::int32_t sines_only(Stream &stream, std::int32_t n, T *r,
             return status;
         split(count, uniforms, radii, angles);
         apply(sine, count, angles, angles);
-        for (std::int32_t i = 0; i < count; ++i)
-            r[done + i] = radii[i] * sigma * angles[i] + a;
+        each_element(count, [&](std::int32_t i) { r[done + i] = radii[i] * sigma * angles[i] + a; });
         done += count;
     }
     return status;
@@ -129,10 +127,10 @@ template <class T> std::int32_t sines_and_cosines(Stream &stream, std::int32_t n
             return status;
         split(pairs, uniforms, radii, angles);
         apply(sine_and_cosine, pairs, angles, angles, cosines);
-        for (std::int32_t i = 0; i < pairs; ++i) {
+        each_element(pairs, [&](std::int32_t i) {
             r[done + 2 * i] = radii[i] * angles[i] * sigma + a;
             r[done + 2 * i + 1] = radii[i] * cosines[i] * sigma + a;
-        }
+        });
         done += 2 * pairs;
     }
     Owed<T> last = {nothing_owed<T>, nothing_owed<T>};

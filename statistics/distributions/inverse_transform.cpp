@@ -19,8 +19,7 @@ std::int32_t transformed(FynErrorCallBack callback, void *stream, std::int32_t n
 }
 
 template <class T> void negate(std::int32_t n, T *r) {
-    for (std::int32_t i = 0; i < n; ++i)
-        r[i] = -r[i];
+    each_element(n, [=](std::int32_t i) { r[i] = -r[i]; });
 }
 
 template <class T>
@@ -89,11 +88,11 @@ template <class T> std::int32_t laplace_variates(void *stream, std::int32_t n, T
         if (status < 0)
             return status;
         T *const piece = r + done;
-        for (std::int32_t i = 0; i < count; ++i)
-            piece[i] = uniforms[2 * i];
+        each_element(count, [&](std::int32_t i) { piece[i] = uniforms[2 * i]; });
         apply(logarithm, count, piece, piece);
-        for (std::int32_t i = 0; i < count; ++i)
+        each_element(count, [&](std::int32_t i) {
             piece[i] = (uniforms[2 * i + 1] <= T(0.5) ? -beta : beta) * piece[i] + a;
+        });
         done += count;
     }
     return status;

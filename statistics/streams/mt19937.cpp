@@ -36,7 +36,7 @@ __m128i broadcast(Word word) { return _mm_set1_epi32(static_cast<int>(word)); }
 __m128i twist(__m128i oldest, __m128i following, __m128i partner) {
     const __m128i joined = _mm_or_si128(_mm_and_si128(oldest, broadcast(0x80000000)),
                                         _mm_and_si128(following, broadcast(0x7FFFFFFF)));
-    const __m128i odd = _mm_srai_epi32(_mm_slli_epi32(following, 31), 31);
+    const __m128i one = broadcast(1), odd = _mm_cmpeq_epi32(_mm_and_si128(following, one), one);
     return _mm_xor_si128(_mm_xor_si128(partner, _mm_srli_epi32(joined, 1)),
                          _mm_and_si128(odd, broadcast(0x9908B0DF)));
 }

@@ -64,6 +64,13 @@ FynThreadState *find_or_create_record() {
     return nullptr;
 }
 
+[[gnu::noinline, gnu::cold]] FynThreadState &need_record() {
+    FynThreadState *const state = find_or_create_record();
+    if (state == nullptr)
+        qor_serv_exit(3);
+    return *state;
+}
+
 constexpr int mode_text_size = 256;
 constexpr std::uint32_t default_mode = FYN_HA | FYN_ERRMODE_DEFAULT;
 
@@ -133,22 +140,19 @@ std::uint32_t mode_from_text(const char *text) {
     return mode;
 }
 
+// Every call comes here several times: the record that is there already is found first.
 FynThreadState &thread_state() {
-    FynThreadState *state = find_or_create_record();
-    if (state == nullptr)
-        qor_serv_exit(3);
-    return *state;
+    const system::ThreadIndex index = record_index.load(std::memory_order_acquire);
+    void *const record = index != no_index ? system::thread_value(index) : nullptr;
+    return record != nullptr ? *static_cast<FynThreadState *>(record) : need_record();
 }
 
-std::uint32_t thread_mode(FynThreadState &state) {
-    if (state.mode == 0) [[unlikely]] {
-        char text[mode_text_size];
-        qor_serv_lock(environment_lock);
-        const std::int32_t length = qor_serv_getenv("QOR_FYN_MODE", text, sizeof text);
-        qor_serv_unlock(environment_lock);
-        state.mode = length > 0 ? mode_from_text(text) : default_mode;
-    }
-    return state.mode;
+void take_mode_from_environment(FynThreadState &state) {
+    char text[mode_text_size];
+    qor_serv_lock(environment_lock);
+    const std::int32_t length = qor_serv_getenv("QOR_FYN_MODE", text, sizeof text);
+    qor_serv_unlock(environment_lock);
+    state.mode = length > 0 ? mode_from_text(text) : default_mode;
 }
 
 } // namespace qor::fyn

@@ -18,8 +18,14 @@ struct FynThreadState {
 // The calling thread's record, created on its first use. Without memory for it: message 773, exit code 3.
 FynThreadState &thread_state();
 
+void take_mode_from_environment(FynThreadState &state);
+
 // The thread's mode word, taken from the environment at its first use.
-std::uint32_t thread_mode(FynThreadState &state);
+inline std::uint32_t thread_mode(FynThreadState &state) {
+    if (state.mode == 0) [[unlikely]]
+        take_mode_from_environment(state);
+    return state.mode;
+}
 
 // The mode that the value of QOR_FYN_MODE asks for; a malformed value is void as a whole.
 std::uint32_t mode_from_text(const char *text);
