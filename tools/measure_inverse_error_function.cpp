@@ -5,6 +5,7 @@
 //
 // A result r is wrong by (erf r - x) / erf' r, or the same with erfc r and 1 - x, which is exact in the tail.
 #include "tools/measuring.h"
+#include "tools/true_values.h"
 #include "vector_math/kernels/inverse_error_function_lanes.h"
 
 #include <cstdlib>
@@ -18,24 +19,7 @@ struct InverseErrorFunction {
         const long double rest = goal < 0.5 ? std::erf(size) - goal : (1 - goal) - std::erfc(size);
         return std::copysign(1, x) * rest / slope;
     }
-    static void exact(mpfr_t y, double x, double r) {
-        mpfr_t residue, slope;
-        mpfr_inits2(300, residue, slope, nullptr);
-        mpfr_set_d(y, r, MPFR_RNDN);
-        for (int step = 0; step < 3; ++step) { // Newton's: 2^-15, 2^-30, 2^-60, 2^-120 at the least
-            mpfr_sqr(slope, y, MPFR_RNDN);
-            mpfr_exp(slope, slope, MPFR_RNDN);
-            mpfr_const_pi(residue, MPFR_RNDN);
-            mpfr_sqrt(residue, residue, MPFR_RNDN);
-            mpfr_mul(slope, slope, residue, MPFR_RNDN);
-            mpfr_div_2ui(slope, slope, 1, MPFR_RNDN);
-            mpfr_erf(residue, y, MPFR_RNDN);
-            mpfr_sub_d(residue, residue, x, MPFR_RNDN);
-            mpfr_mul(residue, residue, slope, MPFR_RNDN);
-            mpfr_sub(y, y, residue, MPFR_RNDN);
-        }
-        mpfr_clears(residue, slope, nullptr);
-    }
+    static void exact(mpfr_t y, double x, double) { reference::erf_inverse(y, reference::Big(x)); }
 };
 
 } // namespace

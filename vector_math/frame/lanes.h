@@ -152,17 +152,45 @@ Lanes<double> look_up_first(const Row (&table)[size], Lanes<std::int64_t> n) {
     return Lanes<double>{first(index.low), first(index.high)};
 }
 
+// Two floats in the integer unit, which lane code leaves idle: a test for special lanes may be asked of them,
+// too.
+struct FloatPair {
+    std::uint64_t bits;
+    explicit FloatPair(const float *p) { std::memcpy(&bits, p, sizeof bits); }
+
+    static constexpr std::uint64_t both(std::uint32_t word) { return std::uint64_t{word} << 32 | word; }
+    static constexpr std::uint64_t top_bits = 0x8000000080000000u;
+};
+template <> struct LaneTraits<FloatPair> {
+    using Element = float;
+    using Integers = std::uint64_t;
+};
+
+// The top bits of those whose bits, `masked` first, are not in [from, to). One that is outside may spoil the
+// other's answer.
+inline std::uint64_t outside_window(FloatPair x, std::int32_t from, std::int32_t to,
+                                    std::int32_t masked = -1) {
+    const std::uint64_t words = x.bits & FloatPair::both(static_cast<std::uint32_t>(masked));
+    const std::uint64_t beyond = words + FloatPair::both(0x80000000u - static_cast<std::uint32_t>(to));
+    return beyond | (from == 0 ? words : words - FloatPair::both(static_cast<std::uint32_t>(from)));
+}
+
 // The lanes whose top word, `masked` first, is not in [from, to), by their top bits alone. A comparison with
 // a constant may become two instructions; a saturating addition stays one.
 template <std::int32_t from, std::int32_t to, std::int32_t masked = -1, class V>
 IntegersOf<V> outside_short_window(V x) {
     static_assert(from % 0x10000 == 0 && to % 0x10000 == 0 && from >= 0 && to > from);
-    using Words = Lanes<std::int32_t>;
-    const auto words = std::bit_cast<Words>(x) & masked;
-    const auto moved = wrapping_sum(words, Words{} - from); // the ordinary ones: the lowest numbers
-    constexpr auto to_top = static_cast<std::int32_t>(0x80000000u - static_cast<std::uint32_t>(to - from));
-    return std::bit_cast<IntegersOf<V>>(
-        _mm_adds_epu16(std::bit_cast<__m128i>(moved), _mm_set1_epi32(to_top)));
+    if constexpr (std::is_same_v<V, FloatPair>) {
+        return outside_window(x, from, to, masked);
+    } else {
+        using Words = Lanes<std::int32_t>;
+        const auto words = std::bit_cast<Words>(x) & masked;
+        const auto moved = wrapping_sum(words, Words{} - from); // the ordinary ones: the lowest numbers
+        constexpr auto to_top =
+            static_cast<std::int32_t>(0x80000000u - static_cast<std::uint32_t>(to - from));
+        return std::bit_cast<IntegersOf<V>>(
+            _mm_adds_epu16(std::bit_cast<__m128i>(moved), _mm_set1_epi32(to_top)));
+    }
 }
 
 template <class T> inline constexpr IntegerOf<T> sign_bit = std::numeric_limits<IntegerOf<T>>::min();

@@ -23,6 +23,7 @@
 //       template <class V> static V finish(const Start &, V x);
 //   Where value keeps the lanes busy, the test may run beside it in the integer unit:
 //       static std::int64_t special_bits(double x);                // for one element, instead of special
+//       static constexpr bool test_beside = true;                  // floats: special is asked of FloatPair
 //
 // Tails and strided vectors run through the same lanes as full passes, so every element has the same
 // bits wherever it stands.
@@ -39,6 +40,8 @@
 #include <type_traits>
 
 namespace qor::fyn {
+
+#define QOR_INLINED __attribute__((always_inline)) // behind a lambda's parameters
 
 // The public name of a function, "vdLn", as a template argument.
 template <std::size_t size> struct Name {
@@ -93,6 +96,14 @@ concept LaneFunction = requires {
 template <class T, bool strided> struct Vectors {
     Vector<const T, strided> a, b;
     Vector<T, strided> r1, r2;
+
+    // The same as strided ones.
+    Vectors<T, true> with_increments() const {
+        return {{a.start, a.increment},
+                {b.start, b.increment},
+                {r1.start, r1.increment},
+                {r2.start, r2.increment}};
+    }
 };
 
 // Where the lanes of a pass read and write, whole registers of them. A repeated second argument is in
@@ -118,6 +129,11 @@ template <Shape shape, bool repeated> struct Arguments {
             for (int k = 0; k < count; ++k)
                 special |= F::special_bits(lines.x[k]);
             return special < 0;
+        } else if constexpr (sizeof(T) == 4 && requires { requires F::test_beside; }) {
+            std::uint64_t special = 0;
+            for (int k = 0; k < count; k += 2)
+                special |= F::special(FloatPair(lines.x + k));
+            return (special & FloatPair::top_bits) != 0;
         } else if constexpr (requires(V x) { F::special(x); }) {
             IntegersOf<V> special{};
             for (int k = 0; k < count; k += lane_count<V>)
@@ -187,14 +203,14 @@ template <class F, Shape shape, bool repeated, class T>
 [[gnu::always_inline]] inline void compute(const F &function, int count, const Lines<T> &lines) {
     using V = Lanes<T>;
     constexpr int lanes = lane_count<V>;
-    const auto with_arguments = [&](int k, auto f) {
+    const auto with_arguments = [&](int k, auto f) QOR_INLINED {
         const V x = load<V>(lines.x + k);
         if constexpr (shape == Shape::two_one)
             return f(x, Arguments<shape, repeated>::second(lines, k));
         else
             return f(x);
     };
-    const auto finish = [&](int k, auto f) {
+    const auto finish = [&](int k, auto f) QOR_INLINED {
         if constexpr (shape == Shape::one_two) {
             V u, v;
             with_arguments(k, [&](V x) { f(x, u, v); });
@@ -205,22 +221,28 @@ template <class F, Shape shape, bool repeated, class T>
         }
     };
     if constexpr (InTwoSteps<F, V>) {
-        const auto start = [&](auto... x) { return function.start(x...); };
+        const auto start = [&](auto... x) QOR_INLINED { return function.start(x...); };
         decltype(with_arguments(0, start)) started[F::pass / lanes];
         for (int k = 0; k < count; k += lanes)
             started[k / lanes] = with_arguments(k, start);
         for (int k = 0; k < count; k += lanes)
-            finish(k, [&](auto &&...x) { return function.finish(started[k / lanes], x...); });
+            finish(k, [&](auto &&...x) QOR_INLINED { return function.finish(started[k / lanes], x...); });
     } else {
         for (int k = 0; k < count; k += lanes)
             finish(k, [&](auto &&...x) { return function.value(x...); });
     }
 }
 
+// The same where full passes are not at work: tails, strided vectors and passes with special elements share
+// this copy of the lanes' code.
+template <class F, Shape shape, bool repeated, class T>
+[[gnu::noinline]] void compute_apart(const F &function, int count, const Lines<T> &lines) {
+    compute<F, shape, repeated>(function, count, lines);
+}
+
 // The results go to the vectors from `lines` where they are not there yet.
-template <Shape shape, class T, bool strided>
-[[gnu::always_inline]] inline void deliver(std::int32_t i, int count, const Lines<T> &lines,
-                                           const Vectors<T, strided> &vectors) {
+template <Shape shape, class T>
+void deliver(std::int32_t i, int count, const Lines<T> &lines, const Vectors<T, true> &vectors) {
     if (lines.u == vectors.r1.at(i))
         return;
     for (int k = 0; k < count; ++k) {
@@ -232,9 +254,9 @@ template <Shape shape, class T, bool strided>
 
 // A pass with special elements, which begins with element i: the others in lanes, then the special ones. Not
 // cold: there are vectors of nothing else.
-template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
-[[gnu::noinline]] void special_pass(const F &function, std::int32_t i, int count,
-                                               const Lines<T> &lines, const Vectors<T, strided> &vectors) {
+template <class F, Name name, Shape shape, bool repeated, class T>
+[[gnu::noinline]] void special_pass(const F &function, std::int32_t i, int count, const Lines<T> &lines,
+                                    const Vectors<T, true> &vectors) {
     using Arguments = Arguments<shape, repeated>;
     T x[F::pass], y[F::pass], ordinary_x[F::pass], ordinary_y[F::pass];
     for (int k = 0; k < count; ++k) {
@@ -242,7 +264,8 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
         y[k] = shape != Shape::two_one ? x[k] : repeated ? lines.scalar[0] : lines.y[k];
     }
     Arguments::template without_special<F>(lines, count, ordinary_x, ordinary_y);
-    compute<F, shape, repeated, T>(function, count, {ordinary_x, ordinary_y, lines.u, lines.v, lines.scalar});
+    compute_apart<F, shape, repeated, T>(function, count,
+                                         {ordinary_x, ordinary_y, lines.u, lines.v, lines.scalar});
     deliver<shape>(i, count, lines, vectors);
     for (int k = 0; k < count; ++k) {
         T u, v;
@@ -258,8 +281,9 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
     }
 }
 
-// Full passes over contiguous vectors. The inner loop calls nothing, so that constants stay in registers: a
-// pass with special elements interrupts it. Returns how far the passes went.
+// Full passes over contiguous vectors, and a shorter one if whole registers are left over. The inner loop
+// calls nothing, so that constants stay in registers: a pass with special elements interrupts it. Returns how
+// far the passes went.
 template <class F, Name name, Shape shape, bool repeated, class T>
 [[gnu::always_inline]] inline std::int32_t full_passes(const F &function, std::int32_t n,
                                                        const Vectors<T, false> &w) {
@@ -267,33 +291,38 @@ template <class F, Name name, Shape shape, bool repeated, class T>
     const auto lines = [&](std::int32_t i) {
         return Lines<T>{w.a.at(i), w.b.at(i), w.r1.at(i), w.r2.at(i), scalar};
     };
+    const auto any_special = [&](std::int32_t i, int count) {
+        return Arguments<shape, repeated>::template any_special<F>(lines(i), count);
+    };
     std::int32_t i = 0;
     for (;;) {
         bool interrupted = false;
         for (; n - i >= F::pass; i += F::pass) {
-            if constexpr (HasSpecialLanes<F, T>) {
-                interrupted = Arguments<shape, repeated>::template any_special<F>(lines(i), F::pass);
-                if (interrupted) [[unlikely]]
-                    break;
-            }
+            interrupted = any_special(i, F::pass);
+            if (interrupted) [[unlikely]]
+                break;
             compute<F, shape, repeated>(function, F::pass, lines(i));
         }
-        if (!interrupted)
+        constexpr int lanes = lane_count<Lanes<T>>;
+        const int count = interrupted ? F::pass : (n - i) % lanes == 0 ? n - i : 0;
+        if (count == 0)
             return i;
         if constexpr (HasSpecialLanes<F, T>)
-            special_pass<F, name, shape, repeated>(function, i, F::pass, lines(i), w);
-        i += F::pass;
+            interrupted = interrupted || any_special(i, count);
+        if (!interrupted)
+            compute_apart<F, shape, repeated>(function, count, lines(i));
+        else if constexpr (HasSpecialLanes<F, T>)
+            special_pass<F, name, shape, repeated>(function, i, count, lines(i), w.with_increments());
+        i += count;
     }
 }
 
-template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
-[[gnu::noinline]] void lane_loop(std::int32_t n, const F *function, const Vectors<T, strided> *vectors) {
-    const Vectors<T, strided> w = *vectors;
-    std::int32_t i = 0;
-    if constexpr (!strided)
-        i = full_passes<F, name, shape, repeated>(*function, n, w);
-    while (i < n) {
-        const int count = std::min<std::int32_t>(n - i, F::pass);
+// From element i on by way of buffers: strided vectors, and what full passes leave over.
+template <class F, Name name, Shape shape, bool repeated, class T>
+[[gnu::noinline]] void buffered_passes(const F &function, std::int32_t i, std::int32_t n,
+                                       const Vectors<T, true> &w) {
+    for (int count; i < n; i += count) {
+        count = std::min<std::int32_t>(n - i, F::pass);
         constexpr int lanes = lane_count<Lanes<T>>;
         const int last = (count - 1) / lanes * lanes;
         alignas(lane_bytes) T x[F::pass], y[F::pass], u[F::pass], v[F::pass];
@@ -305,18 +334,24 @@ template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
                 y[k] = *w.b.at(i + k);
         }
         const Lines<T> lines{x, y, u, v, broadcast<Lanes<T>>(*w.b.start)};
-        bool special = false;
-        if constexpr (HasSpecialLanes<F, T>) {
-            special = Arguments<shape, repeated>::template any_special<F>(lines, count);
-            if (special) [[unlikely]]
-                special_pass<F, name, shape, repeated>(*function, i, count, lines, w);
-        }
-        if (!special) {
-            compute<F, shape, repeated>(*function, count, lines);
-            deliver<shape>(i, count, lines, w);
-        }
-        i += count;
+        if constexpr (HasSpecialLanes<F, T>)
+            if (Arguments<shape, repeated>::template any_special<F>(lines, count)) [[unlikely]] {
+                special_pass<F, name, shape, repeated>(function, i, count, lines, w);
+                continue;
+            }
+        compute_apart<F, shape, repeated>(function, count, lines);
+        deliver<shape>(i, count, lines, w);
     }
+}
+
+template <class F, Name name, Shape shape, bool repeated, class T, bool strided>
+[[gnu::noinline]] void lane_loop(std::int32_t n, const F *function, const Vectors<T, strided> *vectors) {
+    const Vectors<T, strided> w = *vectors;
+    std::int32_t i = 0;
+    if constexpr (!strided)
+        i = full_passes<F, name, shape, repeated>(*function, n, w);
+    if (i < n)
+        buffered_passes<F, name, shape, repeated>(*function, i, n, w.with_increments());
 }
 
 // Lanes or elements, as the function comes; in the function's environment.
@@ -434,5 +469,7 @@ template <class F, Name name, class T> struct OneInTwoOut {
         run_over<F, name, Shape::one_two, false, T, with_increments>(n, function, {a, a, r1, r2});
     }
 };
+
+#undef QOR_INLINED
 
 } // namespace qor::fyn

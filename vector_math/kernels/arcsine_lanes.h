@@ -63,7 +63,7 @@ struct ArcsineArgument {
     // s, to twice its digits where it is a root.
     template <class Unit> Parts parts() const {
         Parts r;
-        r.leading = angle_lanes::upper_half(s);
+        r.leading = shortened<27>(s);
         if constexpr (in_radians<Unit>) // what is no root is exact
             r.leading = from_bits<V>(bits_of(s) & (bits_of(r.leading) | ~near_one));
         r.rest = where(near_one, (z - r.leading * r.leading) / (s + r.leading));
@@ -100,6 +100,7 @@ template <class Unit> struct Arccosine {
 template <class Element, class Unit, template <class> class Function> struct ArcsineLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.25;
+    static constexpr bool test_beside = true;
 
     // Below, powers might underflow; at 1 the second part of the root has no value.
     template <class W> static IntegersOf<W> special(W x) {

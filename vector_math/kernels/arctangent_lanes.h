@@ -95,7 +95,7 @@ template <class Unit> [[gnu::always_inline]] inline V arctangent(const Arctangen
     const V q = (x - row.c) / (1.0 + x * row.c); // the difference is exact
     if constexpr (in_radians<Unit>)
         return row.angle + (q + beyond<Unit>(q));
-    const V head = angle_lanes::upper_half(q);
+    const V head = shortened<27>(q);
     const Parts parts = in_unit<Unit>({head, q - head});
     return row.angle + (parts.leading + (parts.rest + beyond<Unit>(q)));
 }
@@ -120,6 +120,7 @@ template <class Unit> [[gnu::always_inline]] inline V arctangent(const Arctangen
 template <class Element, class Unit> struct ArctangentLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     // Below, squares or results might underflow; above, the denominator might overflow.
     template <class W> static IntegersOf<W> special(W x) {

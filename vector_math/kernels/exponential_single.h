@@ -49,21 +49,31 @@ template <int degree> Lanes<double> two_to_64ths(Lanes<double> t) {
 template <class Element, std::int32_t limit, double steps> struct ExponentialSingle {
     static constexpr int pass = 16;
     static constexpr float padding = 0;
+    static constexpr bool test_beside = true;
 
-    static Lanes<std::int32_t> special(Lanes<float> x) {
+    template <class V> static IntegersOf<V> special(V x) {
         return outside_short_window<0, limit, 0x7FFFFFFF>(x);
     }
 
-    static Lanes<float> value(Lanes<float> x) {
+    struct Start {   // of four elements
+        Halves sums; // u + p
+        Lanes<std::int32_t> n;
+    };
+
+    [[gnu::always_inline]] static Start start(Lanes<float> x) {
         const Halves wide = widened(x);
         const Lanes<double> low = wide.low * steps, high = wide.high * steps;
         const Lanes<double> low_shifted = low + shifter, high_shifted = high + shifter;
-        const auto n = low_words(bits_of(low_shifted), bits_of(high_shifted));
-        const IntegerQuad at(n);
-        const auto mantissa = narrowed({piece(low, low_shifted, at.lane[0], at.lane[1]),
-                                        piece(high, high_shifted, at.lane[2], at.lane[3])});
-        return from_bits<Lanes<float>>(wrapping_sum(bits_of(mantissa), (n & ~1023) << 13));
+        return {{low - (low_shifted - (shifter + p)), high - (high_shifted - (shifter + p))},
+                low_words(bits_of(low_shifted), bits_of(high_shifted))};
     }
+    [[gnu::always_inline]] static Lanes<float> finish(const Start &started, Lanes<float>) {
+        const IntegerQuad at(started.n);
+        const auto mantissa = narrowed({piece(started.sums.low, at.lane[0], at.lane[1]),
+                                        piece(started.sums.high, at.lane[2], at.lane[3])});
+        return from_bits<Lanes<float>>(wrapping_sum(bits_of(mantissa), (started.n & ~1023) << 13));
+    }
+    static Lanes<float> value(Lanes<float> x) { return finish(start(x), x); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(float x, float &r) noexcept {
         return Element::eval(x, r);
@@ -73,8 +83,7 @@ template <class Element, std::int32_t limit, double steps> struct ExponentialSin
     static constexpr double shifter = 0x1.8p+52, p = 1477, q = 0x1.0a6a4afab9c61p+21;
 
     // 2^((j + u)/1024), j: the last ten bits of the lanes' numbers
-    static Lanes<double> piece(Lanes<double> t, Lanes<double> shifted, std::uint64_t i, std::uint64_t k) {
-        const Lanes<double> sum = t - (shifted - (shifter + p)); // u + p
+    static Lanes<double> piece(Lanes<double> sum, std::uint64_t i, std::uint64_t k) {
         return (sum * sum + q) * Lanes<double>{exponential_single[i % 1024], exponential_single[k % 1024]};
     }
 };

@@ -51,6 +51,7 @@ inline double stirling(double x) noexcept {
 struct LGammaLanes : ByRows<log_gamma_double, log_gamma_medium> {
     static constexpr double highest = 0x1p16; // of the tables
 
+    static constexpr bool test_beside = true;
     template <class W> static IntegersOf<W> special(W x) {
         using T = ElementOf<W>;
         return outside_short_window<top_word(T(rows_from)), top_word(T(highest))>(x);

@@ -139,6 +139,7 @@ inline Lanes<float> single_tangent(Lanes<float> size) {
 struct SinhLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return outside_exponents(x); }
 
@@ -159,6 +160,7 @@ struct SinhLanes {
 struct CoshLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return outside_exponents<W, 0>(x); }
 
@@ -177,6 +179,7 @@ struct CoshLanes {
 struct TanhLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     // All but the numbers from 2^-60 on.
     template <class W> static IntegersOf<W> special(W x) {

@@ -23,6 +23,7 @@
 #include "vector_math/kernels/argument_window.h"
 #include "vector_math/kernels/inverse_error_function.h"
 #include "vector_math/kernels/inverse_error_function_tables.h"
+#include "vector_math/kernels/lane_bits.h"
 #include "vector_math/kernels/polynomial_rows.h"
 
 #include <bit>
@@ -62,6 +63,7 @@ template <class V, class Table> struct ErfInversePlace {
 template <class T, Accuracy A> struct ErfInvLanes {
     static constexpr int pass = 16;
     static constexpr T padding = T(0.5);
+    static constexpr bool test_beside = A != Accuracy::high;
 
     template <class V> static IntegersOf<V> special(V x) {
         if constexpr (in_double)
@@ -85,7 +87,7 @@ template <class T, Accuracy A> struct ErfInvLanes {
             return narrowed(
                 {halves.low * row_polynomials(table, at.low), halves.high * row_polynomials(table, at.high)});
         } else if constexpr (A == Accuracy::high) {
-            const V upper = from_bits<V>(bits_of(x) & ~((std::int64_t{1} << 26) - 1));
+            const V upper = shortened<26>(x);
             V leading;
             const V rest = row_polynomials<1>(table, at, &leading);
             return upper * leading + ((x - upper) * leading + x * rest); // upper * leading is exact

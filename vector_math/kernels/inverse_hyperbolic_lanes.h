@@ -32,13 +32,12 @@ namespace qor::fyn {
 namespace inverse_hyperbolic {
 
 using V = Lanes<double>;
-using angle_lanes::upper_half;
 
 // leading + rest = a^2: leading the square of the upper half, or the rounded square.
 struct Square {
     V leading, rest;
     explicit Square(V a) {
-        const V head = upper_half(a);
+        const V head = shortened<27>(a);
         leading = head * head; // exact
         rest = (a - head) * (a + head);
     }
@@ -79,6 +78,7 @@ struct Parts {
 template <class Element, class Method> struct InverseHyperbolicLanes {
     static constexpr int pass = 16;
     static constexpr double padding = Method::from;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) {
         using T = ElementOf<W>;

@@ -95,6 +95,7 @@ struct ShortLogarithm1p {
 template <class Element, class Base> struct LogarithmLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 1;
+    static constexpr bool test_beside = true;
 
     template <class V> static IntegersOf<V> special(V x) { return LnLanes<ElementOf<V>>::special(x); }
 

@@ -33,6 +33,7 @@ namespace qor::fyn {
 template <class T> struct LnLanes {
     static constexpr int pass = 16;
     static constexpr T padding = 1;
+    static constexpr bool test_beside = true;
 
     // All but the positive normal numbers.
     template <class V> static IntegersOf<V> special(V x) {
@@ -62,8 +63,9 @@ template <class T> struct LnLanes {
 
     // The results of what start gives, in double lanes.
     [[gnu::always_inline]] static Halves halves_of_single(const auto &at) {
-        return {half_of_single(at.z.low, at.k.low, at.interval.low),
-                half_of_single(at.z.high, at.k.high, at.interval.high)};
+        const Halves z = widened(at.z), exponent = widened(at.exponent);
+        return {half_of_single(z.low, exponent.low, at.interval.low),
+                half_of_single(z.high, exponent.high, at.interval.high)};
     }
 
   private:
@@ -71,7 +73,8 @@ template <class T> struct LnLanes {
     static constexpr double single_linear = 0x1.713743c48fcfbp+0, single_square = -0x1.0a403034cbc69p+0;
 
     struct SinglePlace { // of four elements
-        Halves z, k;
+        Lanes<float> z;
+        Lanes<std::int32_t> exponent; // 2^23 k
         IntegerPair interval;
     };
 
@@ -79,20 +82,19 @@ template <class T> struct LnLanes {
         using Words = Lanes<std::uint32_t>;
         constexpr std::int32_t below_one = 1237 << 12; // 618.5 intervals of 2^13
         const auto moved = wrapping_sum(bits_of(x), Lanes<std::int32_t>{} - (top_word(1.0f) - below_one));
-        const auto exponent = moved & ~0x7FFFFF; // 2^23 k
-        return {
-            widened(std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent))),
-            widened(exponent), IntegerPair(moved)};
+        const auto exponent = moved & ~0x7FFFFF;
+        return {std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent)),
+                exponent, IntegerPair(moved)};
     }
 
     // interval: in bits 13 and on of either half.
-    static Lanes<double> half_of_single(Lanes<double> z, Lanes<double> k, std::uint64_t interval) {
+    static Lanes<double> half_of_single(Lanes<double> z, Lanes<double> exponent, std::uint64_t interval) {
         using V = Lanes<double>;
         V reciprocal, logarithm;
         look_up_pairs(logarithm_single[(interval >> 13) % 1024], logarithm_single[(interval >> 45) % 1024],
                       reciprocal, logarithm);
         const V s = z * reciprocal - logarithm_scale;
-        return (k * ln2_of_bits + logarithm) + s * ((s + single_square) * s + single_linear);
+        return (exponent * ln2_of_bits + logarithm) + s * ((s + single_square) * s + single_linear);
     }
 };
 

@@ -3,6 +3,7 @@
 
 #include "vector_math/frame/double_double.h"
 #include "vector_math/frame/lanes.h"
+#include "vector_math/kernels/lane_bits.h"
 #include "vector_math/kernels/logarithm_tables.h"
 
 #include <bit>
@@ -69,7 +70,7 @@ template <class Base> struct LogarithmTerms {
     V place(const LogarithmReduction &at) {
         V reciprocal, logarithm;
         look_up_modulo(Base::pairs, at.interval, reciprocal, logarithm);
-        const V z_hi = from_bits<V>(bits_of(at.mantissa) & ~((std::int64_t{1} << 36) - 1));
+        const V z_hi = shortened<36>(at.mantissa);
         exponent = at.exponent;
         whole = at.exponent * Base::log2_hi + logarithm; // exact
         s_hi = z_hi * reciprocal - Base::scale;          // exact

@@ -24,6 +24,7 @@ namespace qor::fyn {
 template <Accuracy A> struct CdfNormLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) {
         constexpr std::int32_t limit = sizeof(ElementOf<W>) == 8 ? top_word(36.0) : top_word(12.75f);

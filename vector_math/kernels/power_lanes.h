@@ -28,6 +28,7 @@
 #include "vector_math/kernels/argument_window.h"
 #include "vector_math/kernels/exponential_double.h"
 #include "vector_math/kernels/exponential_single.h"
+#include "vector_math/kernels/lane_bits.h"
 #include "vector_math/kernels/logarithm_lanes.h"
 #include "vector_math/kernels/power.h"
 #include "vector_math/kernels/power_tables.h"
@@ -134,7 +135,7 @@ template <Accuracy A> struct LongPower {
             hi = whole + rest;
             lo = (whole - hi) + rest;
         }
-        const V hi_1 = upper_half(hi), y_1 = upper_half(y);
+        const V hi_1 = shortened<27>(hi), y_1 = shortened<27>(y);
         return {y_1 * hi_1, y * ((hi - hi_1) + lo) + (y - y_1) * hi_1};
     }
 
@@ -146,9 +147,6 @@ template <Accuracy A> struct LongPower {
         const V root = look_up_first(exponential_absolute, at.n);
         return at.scaled(root + root * (at.r + at.curved));
     }
-
-  private:
-    static V upper_half(V v) { return from_bits<V>(bits_of(v) & ~((std::int64_t{1} << 27) - 1)); }
 };
 
 // 64 log2(1 + r) / r for |r| < 2^-9
@@ -278,7 +276,9 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
     static constexpr T padding = 1;
     using Range = PowerRange<Lanes<T>>;
 
-    template <class V> static IntegersOf<V> special(V x, V y) { return Range::special(x, y); }
+    template <class V> [[gnu::always_inline]] static IntegersOf<V> special(V x, V y) {
+        return Range::special(x, y);
+    }
 
     template <class V> [[gnu::always_inline]] static auto start(V x, V y) {
         return Method::exponent(x, usual(y));
@@ -326,7 +326,9 @@ template <Accuracy A> using PowerSingle = PowerLanes<float, A, SinglePower<A>>;
 
 // Powr is Pow over positive x; the rest of the line is its own.
 template <class Power> struct PositivePower : Power {
-    template <class V> static IntegersOf<V> special(V x, V y) { return Power::special(x, y) | bits_of(x); }
+    template <class V> [[gnu::always_inline]] static IntegersOf<V> special(V x, V y) {
+        return Power::special(x, y) | bits_of(x);
+    }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T y, T &r) noexcept {
         constexpr T infinity = std::numeric_limits<T>::infinity();

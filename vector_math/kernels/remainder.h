@@ -113,7 +113,7 @@ template <class Rule> struct RemainderFunction {
         V r;
         if constexpr (sizeof(ElementOf<V>) == 8) {
             const V ax = magnitude(x), ay = magnitude(y), q = quotient(ax, ay);
-            const V q_hi = upper_half(q), y_hi = upper_half(ay), q_lo = q - q_hi, y_lo = ay - y_hi;
+            const V q_hi = shortened<27>(q), y_hi = shortened<27>(ay), q_lo = q - q_hi, y_lo = ay - y_hi;
             const V p = q * ay, e = ((q_hi * y_hi - p) + q_hi * y_lo + q_lo * y_hi) + q_lo * y_lo;
             r = Rule::corrected((ax - p) - e, ay);
         } else {
@@ -153,9 +153,6 @@ template <class Rule> struct RemainderFunction {
     template <class V> static V quotient(V x, V y) {
         constexpr double shifter = 0x1p+52;
         return (x / y + shifter) - shifter;
-    }
-    static Lanes<double> upper_half(Lanes<double> x) {
-        return from_bits<Lanes<double>>(bits_of(x) & -(std::int64_t{1} << 27));
     }
 
     static Lanes<float> in_double(Lanes<float> x, Lanes<float> y) {

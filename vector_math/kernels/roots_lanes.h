@@ -174,6 +174,7 @@ struct InverseCubeRoot {
 template <class Rule> struct ThirdsLanes {
     static constexpr int pass = 16;
     static constexpr float padding = 1;
+    static constexpr bool test_beside = true;
 
     template <class V> static IntegersOf<V> special(V x) {
         using T = ElementOf<V>;
@@ -204,6 +205,7 @@ using Pow2o3Lanes = ThirdsLanes<root_lanes::SquareOfCubeRoot>;
 struct InvSqrtLanes {
     static constexpr int pass = 16;
     static constexpr float padding = 1;
+    static constexpr bool test_beside = true;
 
     template <class V> static IntegersOf<V> special(V x) {
         using T = ElementOf<V>;
@@ -231,6 +233,7 @@ struct InvSqrtLanes {
 struct Pow3o2Lanes {
     static constexpr int pass = 16;
     static constexpr float padding = 1;
+    static constexpr bool test_beside = true;
 
     template <class V> static IntegersOf<V> special(V x) {
         if constexpr (sizeof(ElementOf<V>) == 8)

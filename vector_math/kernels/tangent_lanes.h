@@ -14,6 +14,7 @@
 // -0x1.f38360e74d143p+1; special path 0.540046 at 0x1.94ce14c0a1fd8p+168. Single: always the nearest float.
 #pragma once
 
+#include "vector_math/kernels/lane_bits.h"
 #include "vector_math/kernels/trigonometric_lanes.h"
 
 namespace qor::fyn {
@@ -42,14 +43,11 @@ template <class W> W negated_where(IntegersOf<W> chosen, W v) {
     return from_bits<W>(bits_of(v) ^ (chosen & sign_bit<ElementOf<W>>));
 }
 
-// The upper 26 bits: their products are exact.
-inline V upper_half(V v) { return from_bits<V>(bits_of(v) & ~((std::int64_t{1} << 27) - 1)); }
-
 // n / d as its upper 26 bits and left / d, what they leave of it; the rounded inverse of d will do there.
 struct PartialQuotient {
     V inverse, q, left;
-    PartialQuotient(V n, V d) : inverse(1.0 / d), q(upper_half(n * inverse)) {
-        const V d_hi = upper_half(d), d_lo = d - d_hi;
+    PartialQuotient(V n, V d) : inverse(1.0 / d), q(shortened<27>(n * inverse)) {
+        const V d_hi = shortened<27>(d), d_lo = d - d_hi;
         left = (n - q * d_hi) - q * d_lo;
     }
 };

@@ -203,6 +203,7 @@ inline Reduced reduce_special(double x) {
 template <int quarters> struct SineLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
@@ -231,6 +232,7 @@ using CosLanes = SineLanes<1>;
 struct SinCosLanes {
     static constexpr int pass = SinLanes::pass;
     static constexpr double padding = SinLanes::padding;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 

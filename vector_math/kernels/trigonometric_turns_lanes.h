@@ -109,7 +109,7 @@ template <class Unit> [[gnu::always_inline]] inline angle_lanes::Reduced in_radi
     constexpr double leading =
         std::bit_cast<double>(std::bit_cast<std::int64_t>(Unit::radians.hi) & -(std::int64_t{1} << 26));
     constexpr double trailing = (Unit::radians.hi - leading) + Unit::radians.lo;
-    const V upper = angle_lanes::upper_half(x.f);
+    const V upper = shortened<27>(x.f);
     const V exact = upper * leading;
     const V rest = upper * trailing + (x.f - upper) * Unit::radians.hi;
     const V r = exact + rest;
@@ -235,6 +235,7 @@ template <class Unit, Accuracy A, class Reduced>
 template <class Unit, Accuracy A, int quarters> struct SineOfTurns {
     static constexpr int pass = 16;
     static constexpr double padding = 0.25;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return turn_lanes::special<A>(x); }
 
@@ -269,6 +270,7 @@ struct SinCospiLanes {
     using Cosine = CospiLanes<Accuracy::high>;
     static constexpr int pass = Sine::pass;
     static constexpr double padding = Sine::padding;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return Sine::special(x); }
 
