@@ -9,6 +9,7 @@
 
 #include "qor_fyn.h"
 #include "statistics/streams/registry.h"
+#include "vector_math/frame/thread_state.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -26,16 +27,17 @@ std::int32_t uniform(Stream &stream, std::int32_t n, double *r, double a, double
 class VectorMathBracket {
   public:
     explicit VectorMathBracket(FynErrorCallBack callback)
-        : mode_(qor_fyn_kernel_SetMode(FYN_ERRMODE_CALLBACK)),
-          callback_(qor_fyn_kernel_SetErrorCallBack(callback)) {}
+        : state_(fyn::thread_state()), mode_(fyn::exchange_mode(state_, FYN_ERRMODE_CALLBACK)),
+          callback_(fyn::exchange_callback(state_, callback)) {}
     ~VectorMathBracket() {
-        qor_fyn_kernel_SetErrorCallBack(callback_);
-        qor_fyn_kernel_SetMode(mode_);
+        fyn::exchange_callback(state_, callback_);
+        fyn::exchange_mode(state_, mode_);
     }
     VectorMathBracket(const VectorMathBracket &) = delete;
     VectorMathBracket &operator=(const VectorMathBracket &) = delete;
 
   private:
+    fyn::FynThreadState &state_;
     std::uint32_t mode_;
     FynErrorCallBack callback_;
 };
@@ -64,9 +66,10 @@ void apply(const VectorFunction &function, std::int32_t n, const T *a, Rest... r
     using Kernel = void (*)(std::int32_t, const T *, Rest...);
     void *const kernel =
         sizeof(T) == sizeof(float) ? function.single_precision[0] : function.double_precision[2];
-    const std::uint32_t mode = qor_fyn_kernel_SetMode(FYN_DENORM_FLUSH_OFF);
+    fyn::FynThreadState &state = fyn::thread_state();
+    const std::uint32_t mode = fyn::exchange_mode(state, FYN_DENORM_FLUSH_OFF);
     reinterpret_cast<Kernel>(kernel)(n, a, rest...);
-    qor_fyn_kernel_SetMode(mode);
+    fyn::exchange_mode(state, mode);
 }
 
 // What stands for the logarithm of 0: that of the smallest positive number.

@@ -16,27 +16,11 @@ std::int32_t exchange_status(std::int32_t status) {
 
 constexpr std::uint32_t slot_of(std::uint32_t mode) { return (mode & accuracy_field) - 1; }
 
-std::uint32_t merge_into(FynThreadState &state, std::uint32_t mode) {
-    const std::uint32_t old = thread_mode(state);
-    state.mode = merge_modes(old, mode);
-    return old;
-}
-
-// A zero error field is not given, so the callback bit stays where it was the only one.
-FynErrorCallBack exchange_callback(FynErrorCallBack callback) {
-    FynThreadState &state = thread_state();
-    const FynErrorCallBack old = state.callback;
-    const std::uint32_t mode = thread_mode(state);
-    state.callback = callback;
-    merge_into(state, (mode & ~FYN_ERRMODE_CALLBACK) | (callback != nullptr ? FYN_ERRMODE_CALLBACK : 0u));
-    return old;
-}
-
 } // namespace
 
 extern "C" {
 
-std::uint32_t qor_fyn_kernel_SetMode(std::uint32_t mode) { return merge_into(thread_state(), mode); }
+std::uint32_t qor_fyn_kernel_SetMode(std::uint32_t mode) { return exchange_mode(thread_state(), mode); }
 
 std::uint32_t qor_fyn_kernel_GetMode() { return thread_mode(thread_state()); }
 
@@ -47,12 +31,12 @@ std::int32_t qor_fyn_kernel_GetErrStatus() { return thread_state().status; }
 std::int32_t qor_fyn_kernel_ClearErrStatus() { return exchange_status(FYN_STATUS_OK); }
 
 FynErrorCallBack qor_fyn_kernel_SetErrorCallBack(FynErrorCallBack callback) {
-    return exchange_callback(callback);
+    return exchange_callback(thread_state(), callback);
 }
 
 FynErrorCallBack qor_fyn_kernel_GetErrorCallBack() { return thread_state().callback; }
 
-FynErrorCallBack qor_fyn_kernel_ClearErrorCallBack() { return exchange_callback(nullptr); }
+FynErrorCallBack qor_fyn_kernel_ClearErrorCallBack() { return exchange_callback(thread_state(), nullptr); }
 
 void *qor_fyn_kernel_SetInterfInputVectorPointer(void *start) {
     thread_state().interf_input_vector = start;

@@ -48,4 +48,21 @@ constexpr std::uint32_t merge_modes(std::uint32_t old_mode, std::uint32_t new_mo
     return old_mode;
 }
 
+// Merges a mode into the thread's; the one before.
+inline std::uint32_t exchange_mode(FynThreadState &state, std::uint32_t mode) {
+    const std::uint32_t old = thread_mode(state);
+    state.mode = merge_modes(old, mode);
+    return old;
+}
+
+// Puts a callback in place, or none; the one before. The mode's callback bit follows. A zero error field is
+// not given, so the bit stays where it was the only one.
+inline FynErrorCallBack exchange_callback(FynThreadState &state, FynErrorCallBack callback) {
+    const FynErrorCallBack old = state.callback;
+    state.callback = callback;
+    exchange_mode(state, (thread_mode(state) & ~FYN_ERRMODE_CALLBACK) |
+                             (callback != nullptr ? FYN_ERRMODE_CALLBACK : 0u));
+    return old;
+}
+
 } // namespace qor::fyn
