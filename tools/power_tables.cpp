@@ -67,12 +67,12 @@ int main() {
         mpfr_sub_d(value, value, grid_part(), MPFR_RNDN);
         std::printf("    %a,\n", mpfr_get_d(value, MPFR_RNDN) + 0.0);
     }
-    std::printf("};\n\n// Reciprocals of more places, and 64 log2 c, rounded to nearest.\n"
+    std::printf("};\n\n// Reciprocals of more places, and 2^23 log2 c, rounded to nearest.\n"
                 "alignas(64) inline constexpr PowerPair power_binary_pairs[%d] = {\n",
                 entries);
     for (int i = 0; i < entries; ++i) {
         set_minus_log(i, long_places, mpfr_log2);
-        std::printf("    {%a, %a},\n", reciprocal(i, long_places), 64 * mpfr_get_d(value, MPFR_RNDN) + 0.0);
+        std::printf("    {%a, %a},\n", reciprocal(i, long_places), 0x1p23 * mpfr_get_d(value, MPFR_RNDN) + 0.0);
     }
     std::printf("};\n\n} // namespace qor::fyn\n");
     mpfr_clear(value);

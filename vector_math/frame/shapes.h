@@ -21,6 +21,9 @@
 //   registers of a pass before the second; with the same arguments instead of value:
 //       template <class V> static Start start(V x);
 //       template <class V> static V finish(const Start &, V x);
+//   or in three:
+//       template <class V> static Middle middle(const Start &, V x);
+//       template <class V> static V finish(const Middle &, V x);
 //   Where value keeps the lanes busy, the test may run beside it in the integer unit:
 //       static std::int64_t special_bits(double x);                // for one element, instead of special
 //       static constexpr bool test_beside = true;                  // floats: special is asked of FloatPair
@@ -35,6 +38,7 @@
 #include "vector_math/frame/report.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -198,6 +202,12 @@ concept InTwoSteps = requires(V x) {
 }
 || requires(V x) { F::start(x, x); };
 
+template <class F, class V>
+concept InThreeSteps = requires(V x) {
+    F::middle(F::start(x), x);
+}
+|| requires(V x) { F::middle(F::start(x, x), x, x); };
+
 // The results of a pass's registers.
 template <class F, Shape shape, bool repeated, class T>
 [[gnu::always_inline]] inline void compute(const F &function, int count, const Lines<T> &lines) {
@@ -221,12 +231,27 @@ template <class F, Shape shape, bool repeated, class T>
         }
     };
     if constexpr (InTwoSteps<F, V>) {
+        const auto of_registers = [&](auto step) QOR_INLINED {
+            std::array<decltype(step(0)), static_cast<unsigned>(F::pass / lanes)> results;
+            for (int k = 0; k < count; k += lanes)
+                results[static_cast<unsigned>(k / lanes)] = step(k);
+            return results;
+        };
+        const auto finish_all = [&](const auto &steps) QOR_INLINED {
+            for (int k = 0; k < count; k += lanes) {
+                const auto &step = steps[static_cast<unsigned>(k / lanes)];
+                finish(k, [&](auto &&...x) QOR_INLINED { return function.finish(step, x...); });
+            }
+        };
         const auto start = [&](auto... x) QOR_INLINED { return function.start(x...); };
-        decltype(with_arguments(0, start)) started[F::pass / lanes];
-        for (int k = 0; k < count; k += lanes)
-            started[k / lanes] = with_arguments(k, start);
-        for (int k = 0; k < count; k += lanes)
-            finish(k, [&](auto &&...x) QOR_INLINED { return function.finish(started[k / lanes], x...); });
+        const auto started = of_registers([&](int k) QOR_INLINED { return with_arguments(k, start); });
+        if constexpr (InThreeSteps<F, V>)
+            finish_all(of_registers([&](int k) QOR_INLINED {
+                const auto &step = started[static_cast<unsigned>(k / lanes)];
+                return with_arguments(k, [&](auto... x) QOR_INLINED { return function.middle(step, x...); });
+            }));
+        else
+            finish_all(started);
     } else {
         for (int k = 0; k < count; k += lanes)
             finish(k, [&](auto &&...x) { return function.value(x...); });

@@ -49,7 +49,7 @@ template <class T> struct LnLanes {
         if constexpr (sizeof(T) == 8)
             return LogarithmTerms<BaseE>(x);
         else
-            return start_single(x);
+            return SinglesReduction<1237 << 12>(x); // 618.5 intervals of 2^13
     }
     template <class V> [[gnu::always_inline]] static V finish(const auto &started, V) {
         if constexpr (sizeof(T) == 8)
@@ -71,21 +71,6 @@ template <class T> struct LnLanes {
   private:
     static constexpr double ln2_of_bits = 0x1.62e42fefa39efp-24; // ln 2 / 2^23
     static constexpr double single_linear = 0x1.713743c48fcfbp+0, single_square = -0x1.0a403034cbc69p+0;
-
-    struct SinglePlace { // of four elements
-        Lanes<float> z;
-        Lanes<std::int32_t> exponent; // 2^23 k
-        IntegerPair interval;
-    };
-
-    [[gnu::always_inline]] static SinglePlace start_single(Lanes<float> x) {
-        using Words = Lanes<std::uint32_t>;
-        constexpr std::int32_t below_one = 1237 << 12; // 618.5 intervals of 2^13
-        const auto moved = wrapping_sum(bits_of(x), Lanes<std::int32_t>{} - (top_word(1.0f) - below_one));
-        const auto exponent = moved & ~0x7FFFFF;
-        return {std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent)),
-                exponent, IntegerPair(moved)};
-    }
 
     // interval: in bits 13 and on of either half.
     static Lanes<double> half_of_single(Lanes<double> z, Lanes<double> exponent, std::uint64_t interval) {

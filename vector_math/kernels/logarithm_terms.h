@@ -33,6 +33,23 @@ struct LogarithmReduction {
     }
 };
 
+// Four positive floats as 2^k z, the first interval of z so far below 1; interval: above its other bits.
+template <std::int32_t below_one> struct SinglesReduction {
+    Lanes<float> z;
+    Lanes<std::int32_t> exponent; // 2^23 k
+    IntegerPair interval;
+
+    SinglesReduction() = default;
+    explicit SinglesReduction(Lanes<float> x) {
+        using Words = Lanes<std::uint32_t>;
+        constexpr std::int32_t one = 0x3F800000, fraction = 0x007FFFFF;
+        const auto moved = wrapping_sum(bits_of(x), Lanes<std::int32_t>{} - (one - below_one));
+        exponent = moved & ~fraction;
+        z = std::bit_cast<Lanes<float>>(std::bit_cast<Words>(x) - std::bit_cast<Words>(exponent));
+        interval = IntegerPair(moved);
+    }
+};
+
 // The base of a logarithm: its table, of scale/c and log c, scale, near 1/ln(base), 1/ln(base) and log 2.
 struct BaseE {
     static constexpr const auto &pairs = logarithm_pairs;

@@ -11,16 +11,17 @@
 // leading parts that are multiples of 2^-42, so that everything up to r is summed exactly. ln(1 + r) by
 // degree 7, its error 2^-70.1 of r. y and the logarithm are split after 26 bits for the product. The low
 // accuracy leaves out what the rounding of r^2/2 loses and the tails of the exponential.
-// The others: 64 log2 |x| in one double, its polynomial of degree 5 for single high accuracy (error 2^-51.5
-// of the logarithm; of a single-precision number r is exact), 4 for double enhanced performance (2^-41.3), 3
-// and 2 for single low accuracy and enhanced performance (2^-30.9, 2^-20.5). In single precision exponents
-// and mantissas of four elements are taken apart together. There the fraction's exponential is computed in
-// double lanes for high accuracy, 128 steps to a binade and degree 3 (2^-41.2 of the result), otherwise in
-// float lanes with 64 steps, degree 2 and 1 (2^-27.1, 2^-16.0); the binade is added as an integer.
+// The others: one double. Double enhanced performance takes log2 |x| with a polynomial of degree 4 (error
+// 2^-41.3 of the logarithm), single high accuracy of degree 5 (2^-51.5; of a single-precision number r is
+// exact), enhanced performance of degree 2 (2^-20.5); single low accuracy takes the kernel of ln in its
+// double lanes (2^-37). The fraction's exponential in single precision: for high accuracy in double lanes,
+// 128 steps to a binade and degree 3 (2^-41.2 of the result); otherwise y log2 |x| becomes a fixed-point
+// number with the places of a float, and straight lines between 2048 roots join them (2^-24.5, 2^-27); the
+// binade is added as an integer.
 //
 // Largest errors measured by tools/measure_power.cpp, in ulp (docs/accuracy.md): double 0.519061 at
 // (0x1.ff6db97586d6fp-1, 0x1.1e2821fb29186p+17), low accuracy 2.943281, enhanced performance 2^-30.8 of the
-// result; single 0.500006, low accuracy 1.670255, enhanced performance 2^-12.8 of the result.
+// result; single 0.500006, low accuracy 1.752882, enhanced performance 2^-13.1 of the result.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -67,16 +68,17 @@ template <class V> struct PowerRange {
         const V near = log_limit / from_bits<V>(bits_of(usual) & ~sign_bit<T>);
         const V far = (near - T(0.0597)) * T(1.44269);
         const V reach = near > far ? near : far;
-        const Words limit =
-            top_words((reach < largest ? reach : V{} + largest) * unit - 2) & ~std::bit_cast<Words>(outside);
+        // A y outside masks all of x, which is far from 1 then. A sign that stays is far from it, too.
+        const auto y_outside = std::bit_cast<Words>(outside);
+        const Words limit = // at least 1
+            (top_words((reach < largest ? reach : V{} + largest) * unit - 2) & ~y_outside) - y_outside;
+        const Words masked = (~std::bit_cast<Words>(integer(usual)) | magnitude) & ~y_outside;
+        const Words words = std::bit_cast<Words>(x) & masked;
         // the distance from 1, moved so that -limit is the lowest number
-        // a sign that stays is far outside
-        const Words words = std::bit_cast<Words>(x) & (~std::bit_cast<Words>(integer(usual)) | magnitude);
         const Words lowest = Words{} + std::numeric_limits<std::int32_t>::min();
         const Words start = wrapping_sum(limit, lowest);
-        const Words inside =
-            wrapping_sum(words, wrapping_sum(start, Words{} - top_word(T(1)))) < wrapping_sum(start, limit);
-        return std::bit_cast<IntegersOf<V>>(~inside);
+        const Words moved = wrapping_sum(words, wrapping_sum(start, Words{} - top_word(T(1))));
+        return std::bit_cast<IntegersOf<V>>(moved > wrapping_sum(start, limit - 1));
     }
 
   private:
@@ -149,18 +151,22 @@ template <Accuracy A> struct LongPower {
     }
 };
 
-// 64 log2(1 + r) / r for |r| < 2^-9
+// The unit of binary logarithms: that of the bits of a float, whose exponent is a multiple of 2^23.
+inline constexpr double log_unit = 0x1p23;
+
+// log2(1 + r) / r in units for |r| < 2^-9
 template <int degree> Lanes<double> binary_slope(Lanes<double> r) {
+    constexpr double k = log_unit / 64;
     if constexpr (degree == 2)
-        return 92.33254132490721 + r * -46.166300016484534;
-    else if constexpr (degree == 3)
-        return 92.33248261686846 + r * (-46.16630735499493 + r * 30.777560252206488);
+        return k * 92.33254132490721 + r * (k * -46.166300016484534);
     else if constexpr (degree == 4)
-        return (92.33248261686006 + r * -46.16624130838524) +
-               r * r * (30.777564655314134 + r * -23.08319110393869);
+        return (k * 92.33248261686006 + r * (k * -46.16624130838524)) +
+               r * r * (k * 30.777564655314134 + r * (k * -23.08319110393869));
     else
-        return (92.33248261689366 + r * -46.16624130837684) +
-               r * r * ((30.777494205531234 + r * -23.083194039343187) + r * r * 18.466569908523887);
+        return (k * 92.33248261689366 + r * (k * -46.16624130837684)) +
+               r * r *
+                   ((k * 30.777494205531234 + r * (k * -23.083194039343187)) +
+                    r * r * (k * 18.466569908523887));
 }
 
 // 64 y log2 |x| in one double.
@@ -178,96 +184,115 @@ struct ShortPower {
         V reciprocal, logarithm;
         look_up_modulo(power_binary_pairs, at.interval, reciprocal, logarithm);
         const V r = at.mantissa * reciprocal - 1;
-        return {y * ((at.exponent * 64 + logarithm) + r * binary_slope<4>(r))};
+        return {(y * (64 / log_unit)) * ((at.exponent * log_unit + logarithm) + r * binary_slope<4>(r))};
     }
 
     [[gnu::always_inline]] static V power(const Exponent &e) { return two_to_64ths<3>(e.sum); }
 };
 
-// 2^(j/steps), from the table of 64ths.
+// 2^(j/steps), from the table of 64ths. Floats are ends of straight lines: lowered by half of what these
+// exceed the curve.
 template <class T, std::uint64_t steps> struct Roots {
+    static constexpr double ln2 = 0x1.62e42fefa39efp-1, step = ln2 / steps;
     T value[steps];
+
     consteval Roots() : value() {
-        constexpr double two_to_128th = 0x1.0163da9fb3335p+0;
-        static_assert(steps == 64 || steps == 128);
+        static_assert(steps % 64 == 0);
         for (std::uint64_t j = 0; j < steps; ++j) {
+            // the exponential of this by its series
+            const double power = static_cast<double>(j % (steps / 64)) * step;
+            double rest = 0;
+            for (int n = 12; n > 0; --n)
+                rest = (1 + rest) * power / n;
             const double root = exponential_absolute[j * 64 / steps].hi;
-            value[j] = static_cast<T>(j * 64 % steps == 0 ? root : root * two_to_128th);
+            const double value_of_root = root + root * rest;
+            value[j] =
+                static_cast<T>(sizeof(T) == 8 ? value_of_root : value_of_root * (1 - step * step / 16));
         }
     }
 };
 template <class T, std::uint64_t steps> alignas(64) inline constexpr Roots<T, steps> roots;
 
-// 64 y log2 |x| of four single-precision elements, in double lanes.
+// y log2 |x| of four single-precision elements, in double lanes: in steps of the fraction's exponential.
 template <Accuracy A> struct SinglePower {
     using V = Lanes<double>;
     using F = Lanes<float>;
     using Words = Lanes<std::int32_t>;
-    static constexpr bool high = A == Accuracy::high;
-    static constexpr int log_degree = high ? 5 : A == Accuracy::low ? 3 : 2;
-    static constexpr std::uint64_t steps = high ? 128 : 64; // to a binade
-    static constexpr double limit = 64 * 126;
+    static constexpr bool high = A == Accuracy::high, low = A == Accuracy::low;
+    // To a binade: of the table for high accuracy, else the last place of fixed-point numbers.
+    static constexpr std::int32_t steps = high ? 128 : 1 << 23;
+    static constexpr double limit = steps * 126.0;
+    static constexpr auto below_one = static_cast<std::int32_t>(LogarithmReduction::below_one >> 29);
+    static constexpr int log_degree = high ? 5 : 2; // of accuracy that is not low
 
     struct Exponent {
         Halves sum;
         double size() const { return sum.low[0]; }
     };
 
-    [[gnu::always_inline]] static Exponent exponent(F x, F y) {
-        constexpr std::int32_t below_one = LogarithmReduction::below_one >> 29, one = top_word(1.0f);
-        const Words moved = wrapping_sum(bits_of(x), Words{} + below_one);
-        const Halves z =
-            widened(std::bit_cast<F>(wrapping_sum(moved & 0x007FFFFF, Words{} + (one - below_one))));
-        // The biased exponent under a leading bit, so that it counts 64.
-        constexpr std::int32_t upper = top_word(0x1p35);
-        constexpr double lower = 0x1p35 + 64 * 127;
-        const auto field = std::bit_cast<__m128i>(moved & 0x7F800000);
-        const auto uppers = std::bit_cast<__m128i>(Words{} + upper);
-        const V k_low = std::bit_cast<V>(_mm_unpacklo_epi32(field, uppers)) - lower;
-        const V k_high = std::bit_cast<V>(_mm_unpackhi_epi32(field, uppers)) - lower;
-        const IntegerPair intervals(moved);
-        const Halves factor = widened(y);
-        return {{factor.low * logarithm(z.low, k_low, intervals.low),
-                 factor.high * logarithm(z.high, k_high, intervals.high)}};
+    [[gnu::always_inline]] static auto place(F x) {
+        if constexpr (low)
+            return LnSingle::start(magnitude(x));
+        else
+            return SinglesReduction<below_one>(magnitude(x));
+    }
+
+    [[gnu::always_inline]] static Exponent exponent(const auto &at, F y) {
+        constexpr double per_unit = steps / (low ? Roots<double, 128>::ln2 : log_unit); // low: of ln |x|
+        const Halves factor = widened(y), logarithm = logarithms(at);
+        return {{(factor.low * per_unit) * logarithm.low, (factor.high * per_unit) * logarithm.high}};
     }
 
     [[gnu::always_inline]] static F power(const Exponent &e) {
-        constexpr double shifter = 0x1.8p+52 * 64 / steps; // rounds to steps by addition
-        const V low = e.sum.low + shifter, high_half = e.sum.high + shifter;
-        const Halves rest{e.sum.low - (low - shifter), e.sum.high - (high_half - shifter)};
-        const Words n = low_words(bits_of(low), bits_of(high_half));
+        constexpr double shifter = 0x1.8p+52; // rounds to an integer by addition
+        const V low_half = e.sum.low + shifter, high_half = e.sum.high + shifter;
+        const Words n = low_words(bits_of(low_half), bits_of(high_half));
         const IntegerPair at(n);
-        constexpr auto &root = roots<std::conditional_t<high, double, float>, steps>.value;
-        F mantissa;
         if constexpr (high) {
-            const auto of_rest = [](V u, std::uint64_t j) {
-                const V r{root[j % steps], root[(j >> 32) % steps]};
-                return r + r * (u * (0.010830424696257182 +
-                                     u * (5.864907923336629e-05 + u * 2.1173125399520786e-07)));
-            };
-            mantissa = narrowed({of_rest(rest.low, at.low), of_rest(rest.high, at.high)});
+            const F mantissa = narrowed({after_root(e.sum.low - (low_half - shifter), at.low),
+                                         after_root(e.sum.high - (high_half - shifter), at.high)});
+            // n's bits above the steps, at the exponent's place
+            return from_bits<F>(
+                wrapping_sum(bits_of(mantissa), (n & -steps) << (23 - std::countr_zero(128u))));
         } else {
-            const F u = narrowed(rest);
-            const F r{root[at.low % steps], root[(at.low >> 32) % steps], root[at.high % steps],
-                      root[(at.high >> 32) % steps]};
-            if constexpr (A == Accuracy::low)
-                mantissa = r + r * (u * (0.0108304644f + u * 5.8649049e-05f));
-            else
-                mantissa = r + r * (u * 0.0108303188f);
+            // Straight lines between the roots; n's upper bits are at the exponent's place.
+            constexpr auto &root = roots<float, 2048>.value;
+            constexpr float slope =
+                static_cast<float>(Roots<float, 2048>::step * (1 + Roots<float, 2048>::step / 2) / 4096);
+            const auto fraction = std::bit_cast<F>(_mm_cvtepi32_ps(std::bit_cast<__m128i>(n & 4095)));
+            const F r{root[(at.low >> 12) % 2048], root[(at.low >> 44) % 2048], root[(at.high >> 12) % 2048],
+                      root[(at.high >> 44) % 2048]};
+            const F mantissa = r + r * (fraction * slope);
+            return from_bits<F>(wrapping_sum(bits_of(mantissa), n & -steps));
         }
-        // n's bits above the steps, at the exponent's place
-        return from_bits<F>(wrapping_sum(bits_of(mantissa), (n & -static_cast<std::int32_t>(steps))
-                                                                << (23 - std::countr_zero(steps))));
     }
 
   private:
+    // 2^((j + u)/128), j in the low bits of either half of n
+    [[gnu::always_inline]] static V after_root(V u, std::uint64_t n) {
+        constexpr auto &root = roots<double, 128>.value;
+        const V r{root[n % 128], root[(n >> 32) % 128]};
+        return r + r * (u * (0.010830424696257182 / 2 +
+                             u * (5.864907923336629e-05 / 4 + u * (2.1173125399520786e-07 / 8))));
+    }
+
+    [[gnu::always_inline]] static Halves logarithms(const auto &at) {
+        if constexpr (low) {
+            return LnSingle::halves_of_single(at);
+        } else {
+            const Halves z = widened(at.z), exponent = widened(at.exponent);
+            return {logarithm(z.low, exponent.low, at.interval.low),
+                    logarithm(z.high, exponent.high, at.interval.high)};
+        }
+    }
+
     // Of two elements; interval: in the low bits of either half.
-    [[gnu::always_inline]] static V logarithm(V z, V k, std::uint64_t interval) {
+    [[gnu::always_inline]] static V logarithm(V z, V exponent, std::uint64_t interval) {
         V reciprocal, log_of_c;
         look_up_pairs(power_binary_pairs[(interval >> 15) % 256], power_binary_pairs[(interval >> 47) % 256],
                       reciprocal, log_of_c);
         const V r = z * reciprocal - 1;
-        return (k + log_of_c) + r * binary_slope<log_degree>(r);
+        return (exponent + log_of_c) + r * binary_slope<log_degree>(r);
     }
 };
 
@@ -280,8 +305,17 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
         return Range::special(x, y);
     }
 
+    static constexpr bool in_three_steps = sizeof(T) == 4;
+
     template <class V> [[gnu::always_inline]] static auto start(V x, V y) {
-        return Method::exponent(x, usual(y));
+        if constexpr (in_three_steps)
+            return Method::place(x);
+        else
+            return Method::exponent(x, usual(y));
+    }
+    template <class V>
+    requires in_three_steps [[gnu::always_inline]] static auto middle(const auto &place, V, V y) {
+        return Method::exponent(place, usual(y));
     }
 
     template <class V>
@@ -290,7 +324,9 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
         return from_bits<V>(bits_of(Method::power(exponent)) | (odd & bits_of(x)));
     }
 
-    template <class V> [[gnu::always_inline]] static V value(V x, V y) { return finish(start(x, y), x, y); }
+    template <class V> [[gnu::always_inline]] static V value(V x, V y) {
+        return finish(exponent(x, y), x, y);
+    }
 
     // Arguments that only the estimates keep from the lanes have their values from them.
     [[gnu::noinline, gnu::cold]] static Status eval(T x, T y, T &r) noexcept {
@@ -306,7 +342,7 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
         }
         const auto unfit = Range::outside_of_y(b) | (bits_of(a) & ~Range::integer(b));
         if ((mask_of(unfit) | outside_of_x(Range::magnitude)) == 0) {
-            const auto exponent = start(a, b);
+            const auto exponent = PowerLanes::exponent(a, b);
             if (std::fabs(exponent.size()) < Method::limit) {
                 r = finish(exponent, a, b)[0];
                 return status_ok;
@@ -316,6 +352,12 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
     }
 
   private:
+    template <class V> [[gnu::always_inline]] static auto exponent(V x, V y) {
+        if constexpr (in_three_steps)
+            return middle(start(x, y), x, y);
+        else
+            return start(x, y);
+    }
     template <class V> static V usual(V y) { return from_bits<V>(bits_of(y) & ~Range::outside_of_y(y)); }
 };
 
