@@ -68,6 +68,18 @@ inline Lanes<float> narrowed(const Halves &x) {
                                                      _mm_cvtpd_ps(std::bit_cast<__m128d>(x.high))));
 }
 
+// A step of double lanes, made from them, for both halves.
+template <class Step> struct Both {
+    Step low, high;
+    Both() = default;
+    Both(const Step &of_low, const Step &of_high) : low(of_low), high(of_high) {}
+    explicit Both(const Halves &x) : low(x.low), high(x.high) {}
+};
+template <class F> auto each_half(const F &f, Lanes<float> x) {
+    const Halves halves = widened(x);
+    return Both(f(halves.low), f(halves.high));
+}
+
 // The low words of four 64-bit lanes.
 inline Lanes<std::int32_t> low_words(Lanes<std::int64_t> low, Lanes<std::int64_t> high) {
     return std::bit_cast<Lanes<std::int32_t>>(

@@ -109,15 +109,11 @@ template <class Element, class Unit, template <class> class Function> struct Arc
         return outside_window(x, top_word(T(0x1p-60)), to, angle_lanes::all_but_sign);
     }
 
-    template <class W> [[gnu::always_inline]] static W value(W x) {
-        if constexpr (sizeof(ElementOf<W>) == 8)
-            return finish(start(x), x);
-        else
-            return through_double(brief, x);
-    }
-
     [[gnu::always_inline]] static inverse_lanes::ArcsineArgument start(Lanes<double> x) {
         return inverse_lanes::ArcsineArgument(x);
+    }
+    [[gnu::always_inline]] static auto start(Lanes<float> x) {
+        return Both<inverse_lanes::ArcsineArgument>(widened(x));
     }
 
     [[gnu::always_inline]] static Lanes<double> finish(const inverse_lanes::ArcsineArgument &at,
@@ -132,6 +128,14 @@ template <class Element, class Unit, template <class> class Function> struct Arc
         return signed_by(x, sum + (rest + f.times * at.template beyond<Unit>()));
     }
 
+    [[gnu::always_inline]] static Lanes<float> finish(const Both<inverse_lanes::ArcsineArgument> &at,
+                                                      Lanes<float> x) {
+        const Halves halves = widened(x);
+        return narrowed({brief(at.low, halves.low), brief(at.high, halves.high)});
+    }
+
+    template <class W> static W value(W x) { return finish(start(x), x); }
+
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Element::eval(x, r);
     }
@@ -139,8 +143,7 @@ template <class Element, class Unit, template <class> class Function> struct Arc
   private:
     using V = Lanes<double>;
 
-    static V brief(V x) {
-        const inverse_lanes::ArcsineArgument at(x);
+    static V brief(const inverse_lanes::ArcsineArgument &at, V x) {
         const Function<Unit> f(at, x);
         return signed_by(x, f.base + f.times * at.template brief_arcsine<Unit>());
     }

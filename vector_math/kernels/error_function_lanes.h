@@ -63,6 +63,7 @@ template <class Table> struct UniformPlace {
     IntegerPair row;
     V distance;
 
+    UniformPlace() = default;
     explicit UniformPlace(V z) : UniformPlace(z, z + shifter) {}
 
   private:
@@ -76,6 +77,7 @@ template <class Table> struct OctavePlace {
     IntegerPair row;
     V distance;
 
+    OctavePlace() = default;
     explicit OctavePlace(V z) {
         constexpr std::uint64_t half = std::uint64_t{1} << (shift - 1);
         const auto bits = std::bit_cast<Lanes<std::uint64_t>>(1.0 + z);
@@ -98,8 +100,7 @@ struct Square {
 struct Exponential {
     Parts mantissa;
     V power;
-    explicit Exponential(const Square &square) {
-        const ExpDouble::Reduced<V> e(square.head, square.tail);
+    explicit Exponential(const ExpDouble::Reduced<V> &e) {
         V hi, lo;
         look_up_modulo(exponential_absolute, e.n, hi, lo);
         mantissa = halved(hi);
@@ -108,23 +109,38 @@ struct Exponential {
     }
 };
 
+inline ExpDouble::Reduced<V> reduced(const Square &square) {
+    return ExpDouble::Reduced<V>(square.head, square.tail);
+}
+
+// The first step to e^(c y^2) G(z).
+template <class Table> struct Tail {
+    ExpDouble::Reduced<V> exponent;
+    OctavePlace<Table> place;
+
+    Tail() = default;
+    Tail(const Table &, V z, V y, double c) : exponent(reduced(Square(y, c))), place(z) {}
+};
+
 // e^(c z^2) G(z), G's constant term in two parts.
-template <class Table> Parts tail_parts(const Table &table, V z, double c) {
-    const Exponential e(Square(z, c));
+template <class Table> Parts tail_parts(const Table &table, const Tail<Table> &at) {
+    const Exponential e(at.exponent);
     V leading;
-    const V rest = row_polynomials<1>(table, OctavePlace<Table>(z), &leading);
+    const V rest = row_polynomials<1>(table, at.place, &leading);
     const Parts tail = product(e.mantissa, leading, rest);
     return {tail.leading * e.power, tail.rest * e.power};
 }
 
-// e^(c z^2) by the shorter exponential: within 2^-37 in degree 3, 2^-27 in degree 2.
-template <int degree> V short_exponential(V z, double c) {
-    return two_to_64ths<degree>((z * (c * ExpDouble::inv_step)) * z);
-}
+// The same with the shorter exponential: within 2^-37 in degree 3, 2^-27 in degree 2.
+template <class Table> struct ShortTail {
+    V exponent;
+    OctavePlace<Table> place;
 
-// e^(c z^2) G(z)
-template <int exponential_degree, class Table> V short_tail(const Table &table, V z, double c) {
-    return short_exponential<exponential_degree>(z, c) * row_polynomials(table, OctavePlace<Table>(z));
+    ShortTail() = default;
+    ShortTail(const Table &, V z, V y, double c) : exponent((y * (c * ExpDouble::inv_step)) * y), place(z) {}
+};
+template <int exponential_degree, class Table> V short_tail(const Table &table, const ShortTail<Table> &at) {
+    return two_to_64ths<exponential_degree>(at.exponent) * row_polynomials(table, at.place);
 }
 
 template <class W> W opposite_where(IntegersOf<W> sign, W v) { return from_bits<W>(bits_of(v) ^ sign); }
@@ -154,25 +170,39 @@ struct ErfLanes {
                                     error_lanes::but_sign>(x);
     }
 
-    static Lanes<double> value(Lanes<double> x) {
+    [[gnu::always_inline]] static auto start(Lanes<double> x) {
+        return Sized<decltype(erf_double)>(smaller(magnitude(x), Lanes<double>{} + 6.0));
+    }
+    [[gnu::always_inline]] static auto start(Lanes<float> x) {
+        const Halves sizes = widened(smaller(magnitude(x), Lanes<float>{} + 4.0f));
+        return Both<Sized<decltype(erf_medium)>>(sizes);
+    }
+    [[gnu::always_inline]] static Lanes<double> finish(const auto &at, Lanes<double> x) {
         using namespace error_lanes;
-        const V size = smaller(magnitude(x), V{} + 6.0);
         V leading;
-        const V rest = row_polynomials<1>(erf_double, UniformPlace<decltype(erf_double)>(size), &leading);
-        const Parts y = product(halved(size), leading, rest);
+        const V rest = row_polynomials<1>(erf_double, at.place, &leading);
+        const Parts y = product(halved(at.size), leading, rest);
         return with_sign(y.leading + y.rest, sign_of(x));
     }
-    static Lanes<float> value(Lanes<float> x) {
-        using namespace error_lanes;
-        const auto of_size = [](V z) {
-            return z * row_polynomials(erf_medium, UniformPlace<decltype(erf_medium)>(z));
+    [[gnu::always_inline]] static Lanes<float> finish(const auto &at, Lanes<float> x) {
+        const auto of_size = [](const auto &half) {
+            return half.size * row_polynomials(erf_medium, half.place);
         };
-        return with_sign(through_double(of_size, smaller(magnitude(x), Lanes<float>{} + 4.0f)), sign_of(x));
+        return with_sign(narrowed({of_size(at.low), of_size(at.high)}), sign_of(x));
     }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Erf::eval(x, r);
     }
+
+  private:
+    template <class Table> struct Sized {
+        Lanes<double> size;
+        error_lanes::UniformPlace<Table> place;
+        Sized() = default;
+        explicit Sized(Lanes<double> z) : size(z), place(z) {}
+    };
 };
 
 struct ErfcLanes {
@@ -184,15 +214,28 @@ struct ErfcLanes {
         return outside_short_window<0, limit, error_lanes::but_sign>(x);
     }
 
-    static Lanes<double> value(Lanes<double> x) {
+    template <class W> [[gnu::always_inline]] static auto start(W x) {
         using namespace error_lanes;
-        return from_tail(-x, 2, tail_parts(erfcx_double, magnitude(x), -1));
+        if constexpr (sizeof(ElementOf<W>) == 8) {
+            return Tail(erfcx_double, magnitude(x), magnitude(x), -1);
+        } else {
+            const auto of = [](V z) { return ShortTail(erfcx_medium, z, z, -1); };
+            return each_half(of, magnitude(x));
+        }
     }
-    static Lanes<float> value(Lanes<float> x) {
+    [[gnu::always_inline]] static Lanes<double> finish(const auto &at, Lanes<double> x) {
         using namespace error_lanes;
-        return through_double(
-            [](V v) { return from_tail(-v, 2, short_tail<3>(erfcx_medium, magnitude(v), -1)); }, x);
+        return from_tail(-x, 2, tail_parts(erfcx_double, at));
     }
+    [[gnu::always_inline]] static Lanes<float> finish(const auto &at, Lanes<float> x) {
+        using namespace error_lanes;
+        const auto of = [](V v, const auto &half) {
+            return from_tail(-v, 2, short_tail<3>(erfcx_medium, half));
+        };
+        const Halves halves = widened(x);
+        return narrowed({of(halves.low, at.low), of(halves.high, at.high)});
+    }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Erfc::eval(x, r);
@@ -214,30 +257,39 @@ struct ErfcxLanes {
         return whole_lanes(std::bit_cast<IntegersOf<W>>(moved > to - 1));
     }
 
-    static Lanes<double> value(Lanes<double> x) {
+    [[gnu::always_inline]] static auto start(Lanes<double> x) {
         using namespace error_lanes;
         const V z = magnitude(x);
+        return Tail(erfcx_double, z, where(all_where_negative(x), z), 1);
+    }
+    [[gnu::always_inline]] static auto start(Lanes<float> x) {
+        using namespace error_lanes;
+        const auto of = [](V v) {
+            const V z = magnitude(v);
+            return ShortTail(erfcx_medium, z, where(all_where_negative(v), z), 1);
+        };
+        return each_half(of, x);
+    }
+    [[gnu::always_inline]] static Lanes<double> finish(const auto &at, Lanes<double> x) {
+        using namespace error_lanes;
         const auto sign = sign_of(x), negative = all_where_negative(x);
         V leading;
-        const V rest = row_polynomials<1>(erfcx_double, OctavePlace<decltype(erfcx_double)>(z), &leading);
-        const Exponential e(Square(where(negative, z), 1));
+        const V rest = row_polynomials<1>(erfcx_double, at.place, &leading);
+        const Exponential e(at.exponent);
         const V twice = where(negative, e.power + e.power), large = e.mantissa.leading * twice;
         const V small = opposite_where(sign, leading), sum = large + small;
         return sum + (((large - sum) + small) + (e.mantissa.rest * twice + opposite_where(sign, rest)));
     }
-    static Lanes<float> value(Lanes<float> x) {
+    [[gnu::always_inline]] static Lanes<float> finish(const auto &at, Lanes<float> x) {
         using namespace error_lanes;
-        return through_double(
-            [](V v) {
-                const V z = magnitude(v);
-                const auto negative = all_where_negative(v);
-                const V large = where(negative, 2.0 * short_exponential<3>(where(negative, z), 1));
-                return large +
-                       opposite_where(sign_of(v),
-                                      row_polynomials(erfcx_medium, OctavePlace<decltype(erfcx_medium)>(z)));
-            },
-            x);
+        const auto of = [](V v, const auto &half) {
+            const V large = where(all_where_negative(v), 2.0 * two_to_64ths<3>(half.exponent));
+            return large + opposite_where(sign_of(v), row_polynomials(erfcx_medium, half.place));
+        };
+        const Halves halves = widened(x);
+        return narrowed({of(halves.low, at.low), of(halves.high, at.high)});
     }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Erfcx::eval(x, r);

@@ -35,6 +35,7 @@ struct BinarySteps {
     IntegersOf<V> n;
     V r;
 
+    BinarySteps() = default;
     explicit BinarySteps(V x) {
         const V shifted = x + shifter;
         n = bits_of(shifted);
@@ -76,12 +77,13 @@ template <class Element, class Steps> struct ExponentialLanes {
 
     static std::int64_t special_bits(double x) { return negative_beyond(Steps::limit - 1, x); }
 
-    static Lanes<double> value(Lanes<double> x) {
-        const Steps at(x);
+    static Steps start(Lanes<double> x) { return Steps(x); }
+    [[gnu::always_inline]] static Lanes<double> finish(const Steps &at, Lanes<double>) {
         Lanes<double> root, rest;
         look_up_modulo(exponential_relative, at.n, root, rest);
         return scaled_by_64ths(root + root * at.growth(rest), at.n);
     }
+    static Lanes<double> value(Lanes<double> x) { return finish(start(x), x); }
 
     [[gnu::noinline, gnu::cold]] static Status eval(double x, double &r) noexcept {
         return Element::eval(x, r);
@@ -98,10 +100,18 @@ template <class V, std::int32_t from = top_word(ElementOf<V>(0x1p-60))> Integers
     return outside_short_window<from, top_word(sizeof(T) == 8 ? T(640) : T(88)), 0x7FFFFFFF>(x);
 }
 
+// The first step of these functions, for single precision in halves.
+template <class V> [[gnu::always_inline]] inline auto exponent_steps(V x) {
+    using Steps = ExponentSteps<Lanes<double>, ExpDouble>;
+    if constexpr (sizeof(ElementOf<V>) == 8)
+        return Steps(x);
+    else
+        return Both<Steps>(widened(x));
+}
+
 // e^x - 1 to some 40 bits, |x| < 90
-inline Lanes<double> brief_expm1(Lanes<double> x) {
+inline Lanes<double> brief_expm1(const ExponentSteps<Lanes<double>, ExpDouble> &at) {
     using V = Lanes<double>;
-    const ExponentSteps<V, ExpDouble> at(x);
     const V root = scaled_by_64ths(look_up_first(exponential_absolute, at.n), at.n);
     const V r = at.r, square = r * r;
     const V growth =
@@ -116,21 +126,23 @@ struct Expm1Lanes {
 
     template <class V> static IntegersOf<V> special(V x) { return outside_exponents(x); }
 
-    template <class V> [[gnu::always_inline]] static V value(V x) {
+    template <class V> [[gnu::always_inline]] static auto start(V x) { return exponent_steps(x); }
+    template <class V> [[gnu::always_inline]] static V finish(const auto &at, V) {
         if constexpr (sizeof(ElementOf<V>) == 8)
-            return value_double(x);
+            return value_double(at);
         else
-            return through_double(brief_expm1, x);
+            return narrowed({brief_expm1(at.low), brief_expm1(at.high)});
     }
+    template <class V> static V value(V x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Expm1::eval(x, r);
     }
 
   private:
-    [[gnu::always_inline]] static Lanes<double> value_double(Lanes<double> x) {
+    [[gnu::always_inline]] static Lanes<double>
+    value_double(const ExponentSteps<Lanes<double>, ExpDouble> &at) {
         using V = Lanes<double>;
-        const ExponentSteps<V, ExpDouble> at(x);
         V root, rest;
         look_up_modulo(exponential_relative, at.n, root, rest);
         const V power = scaled_by_64ths(root, at.n);

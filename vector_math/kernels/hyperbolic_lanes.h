@@ -41,8 +41,7 @@ struct Exponentials {
     V up_rest, down_rest;    // what the table's rounding leaves of them
     V reduced, sine, cosine; // sinh r - reduced, cosh r - 1
 
-    [[gnu::always_inline]] explicit Exponentials(V size) {
-        const ExponentSteps<V, ExpDouble> at(size);
+    [[gnu::always_inline]] explicit Exponentials(const ExponentSteps<V, ExpDouble> &at) {
         const auto halves = [](IntegersOf<V> n) { return wrapping_sum(n, IntegersOf<V>{} - 64); };
         const IntegerPair index(at.n);
         V root, inverse;
@@ -60,8 +59,8 @@ struct Exponentials {
     }
 };
 
-[[gnu::always_inline]] inline V sine(V size) {
-    const Exponentials e(size);
+[[gnu::always_inline]] inline V sine(const ExponentSteps<V, ExpDouble> &at) {
+    const Exponentials e(at);
     const V d = e.up - e.down, d_rest = (e.up - d) - e.down;
     const V above_one = ((e.up - 0.5) + (e.down - 0.5)) + (e.up_rest + e.down_rest); // C - 1
     const V sum = d + e.reduced;                                                     // the larger first, or 0
@@ -69,19 +68,19 @@ struct Exponentials {
                   ((above_one * (e.reduced + e.sine) + e.sine) + d * e.cosine));
 }
 
-[[gnu::always_inline]] inline V cosine(V size) {
-    const Exponentials e(size);
+[[gnu::always_inline]] inline V cosine(const ExponentSteps<V, ExpDouble> &at) {
+    const Exponentials e(at);
     const V d = e.up - e.down, c = e.up + e.down, c_rest = (e.up - c) + e.down;
     return c + ((c_rest + (e.up_rest + e.down_rest)) + (d * (e.reduced + e.sine) + c * e.cosine));
 }
 
-inline V brief_sine(V size) {
-    const V m = brief_expm1(size);
+inline V brief_sine(const ExponentSteps<V, ExpDouble> &at) {
+    const V m = brief_expm1(at);
     return 0.5 * (m + m / (m + 1.0));
 }
 
-inline V brief_cosine(V size) {
-    const V e = brief_expm1(size) + 1.0;
+inline V brief_cosine(const ExponentSteps<V, ExpDouble> &at) {
+    const V e = brief_expm1(at) + 1.0;
     return 0.5 * e + 0.5 / e;
 }
 
@@ -94,6 +93,7 @@ template <class W> struct TangentSteps {
     IntegersOf<W> n; // in the low bits
     W r;
 
+    TangentSteps() = default;
     explicit TangentSteps(W size) {
         const W inside = smaller(size, W{} + end);
         const W shifted = inside + shifter;
@@ -104,8 +104,7 @@ template <class W> struct TangentSteps {
 
 inline constexpr std::uint64_t tanh_rows = 1024; // a power of two above the table's size
 
-[[gnu::always_inline]] inline V tangent(V size) {
-    const TangentSteps<V> at(size);
+[[gnu::always_inline]] inline V tangent(const TangentSteps<V> &at) {
     const V r = at.r, square = r * r;
     const IntegerPair index(at.n);
     V step, rest;
@@ -126,8 +125,7 @@ inline constexpr std::uint64_t tanh_rows = 1024; // a power of two above the tab
     return (step + t) / (1.0 + step * t);
 }
 
-inline Lanes<float> single_tangent(Lanes<float> size) {
-    const TangentSteps<Lanes<float>> at(size);
+inline Lanes<float> tangent(const TangentSteps<Lanes<float>> &at) {
     const IntegerQuad index(at.n);
     const Halves r = widened(at.r);
     return narrowed({brief_tangent(r.low, index.lane[0], index.lane[1]),
@@ -143,14 +141,17 @@ struct SinhLanes {
 
     template <class W> static IntegersOf<W> special(W x) { return outside_exponents(x); }
 
-    template <class W> [[gnu::always_inline]] static W value(W x) {
+    template <class W> [[gnu::always_inline]] static auto start(W x) { return exponent_steps(magnitude(x)); }
+    template <class W> [[gnu::always_inline]] static W finish(const auto &at, W x) {
+        using namespace hyperbolic_lanes;
         W r;
         if constexpr (sizeof(ElementOf<W>) == 8)
-            r = hyperbolic_lanes::sine(magnitude(x));
+            r = sine(at);
         else
-            r = through_double(hyperbolic_lanes::brief_sine, magnitude(x));
+            r = narrowed({brief_sine(at.low), brief_sine(at.high)});
         return with_sign(r, sign_of(x));
     }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Sinh::eval(x, r);
@@ -164,12 +165,15 @@ struct CoshLanes {
 
     template <class W> static IntegersOf<W> special(W x) { return outside_exponents<W, 0>(x); }
 
-    template <class W> [[gnu::always_inline]] static W value(W x) {
+    template <class W> [[gnu::always_inline]] static auto start(W x) { return exponent_steps(magnitude(x)); }
+    template <class W> [[gnu::always_inline]] static W finish(const auto &at, W) {
+        using namespace hyperbolic_lanes;
         if constexpr (sizeof(ElementOf<W>) == 8)
-            return hyperbolic_lanes::cosine(magnitude(x));
+            return cosine(at);
         else
-            return through_double(hyperbolic_lanes::brief_cosine, magnitude(x));
+            return narrowed({brief_cosine(at.low), brief_cosine(at.high)});
     }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Cosh::eval(x, r);
@@ -188,14 +192,13 @@ struct TanhLanes {
                                     0x7FFFFFFF>(x);
     }
 
-    template <class W> [[gnu::always_inline]] static W value(W x) {
-        W r;
-        if constexpr (sizeof(ElementOf<W>) == 8)
-            r = hyperbolic_lanes::tangent(magnitude(x));
-        else
-            r = hyperbolic_lanes::single_tangent(magnitude(x));
-        return with_sign(r, sign_of(x));
+    template <class W> [[gnu::always_inline]] static auto start(W x) {
+        return hyperbolic_lanes::TangentSteps<W>(magnitude(x));
     }
+    template <class W> [[gnu::always_inline]] static W finish(const auto &at, W x) {
+        return with_sign(hyperbolic_lanes::tangent(at), sign_of(x));
+    }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Tanh::eval(x, r);

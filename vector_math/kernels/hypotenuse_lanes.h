@@ -43,25 +43,37 @@ struct HypotLanes {
                                                         ((std::bit_cast<Words>(y) & all) - from));
     }
 
-    template <class V> [[gnu::always_inline]] static V value(V x, V y) {
+    template <class V> [[gnu::always_inline]] static auto start(V x, V y) {
         if constexpr (sizeof(ElementOf<V>) == 8) {
             const V u = magnitude(x), v = magnitude(y), a = larger(u, v), b = smaller(u, v);
-            const V s = SqrtLanes::value(a * a + b * b);
-            const Parts of_a(a), of_b(b), of_s(s);
+            return Sides{a, b, SqrtLanes::value(a * a + b * b)};
+        } else {
+            const Halves a = widened(x), b = widened(y);
+            return Halves{a.low * a.low + b.low * b.low, a.high * a.high + b.high * b.high};
+        }
+    }
+    template <class V> [[gnu::always_inline]] static V finish(const auto &at, V, V) {
+        if constexpr (sizeof(ElementOf<V>) == 8) {
+            const V s = at.root;
+            const Parts of_a(at.a), of_b(at.b), of_s(s);
             const V left =
                 ((of_a.square - of_s.square) + of_b.square) + ((of_a.rest + of_b.rest) - of_s.rest);
             return s + 0.5 * left / s;
         } else {
-            return through_double(
-                [](Lanes<double> a, Lanes<double> b) { return SqrtLanes::value(a * a + b * b); }, x, y);
+            return narrowed({SqrtLanes::value(at.low), SqrtLanes::value(at.high)});
         }
     }
+    template <class V> static V value(V x, V y) { return finish(start(x, y), x, y); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T y, T &r) noexcept {
         return Hypot::eval(x, y, r);
     }
 
   private:
+    struct Sides {
+        Lanes<double> a, b, root;
+    };
+
     // v^2 as an exact square and the rest.
     struct Parts {
         Lanes<double> square, rest;

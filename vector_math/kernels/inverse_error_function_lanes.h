@@ -73,12 +73,10 @@ template <class T, Accuracy A> struct ErfInvLanes {
     }
 
     template <class V> [[gnu::always_inline]] static auto start(V x) {
-        if constexpr (!through_double) {
+        if constexpr (through_double)
+            return Both<Place<Lanes<double>>>(widened(x));
+        else
             return Place<V>(x);
-        } else {
-            const Halves halves = widened(x);
-            return TwoPlaces{Place<Lanes<double>>(halves.low), Place<Lanes<double>>(halves.high)};
-        }
     }
 
     template <class V> [[gnu::always_inline]] static V finish(const auto &at, V x) {
@@ -121,9 +119,6 @@ template <class T, Accuracy A> struct ErfInvLanes {
     static constexpr const auto &table = table_of_slot();
 
     template <class V> using Place = ErfInversePlace<V, std::remove_cvref_t<decltype(table)>>;
-    struct TwoPlaces {
-        Place<Lanes<double>> low, high;
-    };
 };
 
 template <Accuracy A> using ErfInvDouble = ErfInvLanes<double, A>;

@@ -139,17 +139,15 @@ struct Log1pLanes {
             const V sum = 1 + x, part = sum - x;
             return LogarithmOfParts<2>(sum, (1 - part) + (x - (sum - part)));
         } else {
-            const Halves u = widened(x);
-            struct Both {
-                ShortLogarithm1p low, high;
-                V sum() const { return narrowed({low.sum(), high.sum()}); }
-            };
-            return Both{ShortLogarithm1p(u.low), ShortLogarithm1p(u.high)};
+            return Both<ShortLogarithm1p>(widened(x));
         }
     }
     // The sign is that of x, also of zeros.
     template <class V> [[gnu::always_inline]] static V finish(const auto &started, V x) {
-        return with_sign(started.sum(), sign_of(x));
+        if constexpr (sizeof(ElementOf<V>) == 8)
+            return with_sign(started.sum(), sign_of(x));
+        else
+            return with_sign(narrowed({started.low.sum(), started.high.sum()}), sign_of(x));
     }
     template <class V> static V value(V x) { return finish(start(x), x); }
 

@@ -67,15 +67,10 @@ template <const auto &double_table, const auto &single_table> struct ByRows {
     using OfDouble = TabulatedLogarithm<double_table>;
     using OfSingle = TabulatedLogarithm<single_table>;
 
-    struct Places { // of four elements
-        typename OfSingle::Place low, high;
-    };
+    using Places = Both<typename OfSingle::Place>; // of four elements
 
     static auto start(Lanes<double> x) { return typename OfDouble::Place(x); }
-    static auto start(Lanes<float> x) {
-        const Halves halves = widened(x);
-        return Places{typename OfSingle::Place(halves.low), typename OfSingle::Place(halves.high)};
-    }
+    static auto start(Lanes<float> x) { return Places(widened(x)); }
 };
 
 // The function itself. Degrees are those of the shorter exponential; 0 stands for the long one, of two parts.

@@ -31,43 +31,61 @@ template <Accuracy A> struct CdfNormLanes {
         return outside_short_window<0, limit, error_lanes::but_sign>(x);
     }
 
-    static Lanes<double> value(Lanes<double> x) {
+    [[gnu::always_inline]] static auto start(Lanes<double> x) {
         using namespace error_lanes;
-        const V z = magnitude(x);
-        if constexpr (A == Accuracy::high) {
-            return from_tail(x, 1, tail_parts(normal_double, z, -0.5));
-        } else if constexpr (A == Accuracy::low) {
-            const Square square(z, -0.5);
-            V leading;
-            const V rest =
-                row_polynomials<1>(normal_double, OctavePlace<decltype(normal_double)>(z), &leading);
-            return from_tail(
-                x, 1, ExpDouble::Reduced<V>(square.head, square.tail).exponential() * (leading + rest));
+        if constexpr (brief)
+            return ShortTail(normal_short, magnitude(x), magnitude(x), -0.5);
+        else
+            return Tail(normal_double, magnitude(x), magnitude(x), -0.5);
+    }
+    [[gnu::always_inline]] static auto start(Lanes<float> x) {
+        using namespace error_lanes;
+        if constexpr (brief)
+            return magnitude(x);
+        else
+            return each_half([](V z) { return ShortTail(single_table(), z, z, -0.5); }, magnitude(x));
+    }
+    [[gnu::always_inline]] static Lanes<double> finish(const auto &at, Lanes<double> x) {
+        using namespace error_lanes;
+        if constexpr (brief) {
+            return from_tail(x, 1, short_tail<3>(normal_short, at));
+        } else if constexpr (A == Accuracy::high) {
+            return from_tail(x, 1, tail_parts(normal_double, at));
         } else {
-            return from_tail(x, 1, short_tail<3>(normal_short, z, -0.5));
+            V leading;
+            const V rest = row_polynomials<1>(normal_double, at.place, &leading);
+            return from_tail(x, 1, at.exponent.exponential() * (leading + rest));
         }
     }
-    static Lanes<float> value(Lanes<float> x) {
+    [[gnu::always_inline]] static Lanes<float> finish(const auto &at, Lanes<float> x) {
         using namespace error_lanes;
-        if constexpr (A == Accuracy::enhanced_performance)
-            return from_tail(x, 1, tail_in_single(magnitude(x)));
-        else
-            return through_double(
-                [](V v) {
-                    const V z = magnitude(v);
-                    if constexpr (A == Accuracy::high)
-                        return from_tail(v, 1, short_tail<3>(normal_medium, z, -0.5));
-                    else
-                        return from_tail(v, 1, short_tail<2>(normal_short, z, -0.5));
-                },
-                x);
+        if constexpr (brief) {
+            return from_tail(x, 1, tail_in_single(at));
+        } else {
+            const auto of = [](V v, const auto &half) {
+                return from_tail(v, 1, short_tail < A == Accuracy::high ? 3 : 2 > (single_table(), half));
+            };
+            const Halves halves = widened(x);
+            return narrowed({of(halves.low, at.low), of(halves.high, at.high)});
+        }
     }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return CdfNorm<A>::eval(x, r);
     }
 
   private:
+    using V = Lanes<double>;
+    static constexpr bool brief = A == Accuracy::enhanced_performance;
+
+    static constexpr const auto &single_table() {
+        if constexpr (A == Accuracy::high)
+            return normal_medium;
+        else
+            return normal_short;
+    }
+
     // P(-z) for 0 <= z < 13 as 2^n 2^f G(z), f in [-1/2, 1/2]. Interpolants in Chebyshev points: 2^f within
     // 2^-18.4; G(z)/s within 2^-19.8, s = 1/(z + 2.75).
     static Lanes<float> tail_in_single(Lanes<float> z) {
@@ -86,19 +104,33 @@ template <Accuracy A> struct CdfNormLanes {
 
 namespace error_lanes {
 
+template <class Table> using InversePlace = ErfInversePlace<V, std::remove_cvref_t<Table>>;
+
+// 1 - x or x - 1, the smaller, and its place.
+struct Complement {
+    V size, size_rest;
+    InversePlace<decltype(erf_inverse_double)> place;
+
+    Complement() = default;
+    explicit Complement(V x) {
+        const V t = smaller(x, 2.0 - x);
+        size = 1.0 - t;
+        size_rest = (1.0 - size) - t;
+        place = decltype(place)(size);
+        place.distance += size_rest;
+    }
+};
+
 // erf^-1 (1 - x) for 2^-12 <= x < 2 - 2^-12, or -sqrt 2 times it.
-template <bool by_sqrt_2> V complementary_inverse(V x) {
-    const V t = smaller(x, 2.0 - x), size = 1.0 - t, size_rest = (1.0 - size) - t;
-    ErfInversePlace<V, std::remove_cvref_t<decltype(erf_inverse_double)>> at(size);
-    at.distance += size_rest;
+template <bool by_sqrt_2> V complementary_inverse(const Complement &at, V x) {
     V leading;
-    const V rest = row_polynomials<1>(erf_inverse_double, at, &leading);
-    Parts factor = halved(size);
-    factor.rest += size_rest;
+    const V rest = row_polynomials<1>(erf_inverse_double, at.place, &leading);
+    Parts factor = halved(at.size);
+    factor.rest += at.size_rest;
     if constexpr (by_sqrt_2) {
         constexpr double root = special::sqrt_2.hi, root_upper = 0x1.6a09e6p+0; // of 26 bits
         constexpr double root_rest = (root - root_upper) + special::sqrt_2.lo;
-        const V upper = shortened<27>(size * root);
+        const V upper = shortened<27>(at.size * root);
         factor.rest =
             ((factor.leading * root_upper - upper) + factor.leading * root_rest) + factor.rest * root;
         factor.leading = upper;
@@ -113,10 +145,14 @@ template <class W> IntegersOf<W> in_tails(W x, ElementOf<W> from, ElementOf<W> m
 }
 
 // For single precision: erf^-1 x
-inline V short_inverse(V x) {
-    using Place = ErfInversePlace<V, std::remove_cvref_t<decltype(erf_inverse_medium)>>;
-    return x * row_polynomials(erf_inverse_medium, Place(x));
-}
+struct ShortInverse {
+    V x;
+    InversePlace<decltype(erf_inverse_medium)> place;
+
+    ShortInverse() = default;
+    explicit ShortInverse(V v) : x(v), place(v) {}
+    V value() const { return x * row_polynomials(erf_inverse_medium, place); }
+};
 
 } // namespace error_lanes
 
@@ -126,10 +162,17 @@ struct ErfcInvLanes {
 
     template <class W> static IntegersOf<W> special(W x) { return error_lanes::in_tails(x, 0x1p-12f, 1); }
 
-    static Lanes<double> value(Lanes<double> x) { return error_lanes::complementary_inverse<false>(x); }
-    static Lanes<float> value(Lanes<float> x) {
-        return through_double([](Lanes<double> v) { return error_lanes::short_inverse(1.0 - v); }, x);
+    [[gnu::always_inline]] static auto start(Lanes<double> x) { return error_lanes::Complement(x); }
+    [[gnu::always_inline]] static auto start(Lanes<float> x) {
+        return each_half([](Lanes<double> v) { return error_lanes::ShortInverse(1.0 - v); }, x);
     }
+    [[gnu::always_inline]] static Lanes<double> finish(const auto &at, Lanes<double> x) {
+        return error_lanes::complementary_inverse<false>(at, x);
+    }
+    [[gnu::always_inline]] static Lanes<float> finish(const auto &at, Lanes<float>) {
+        return narrowed({at.low.value(), at.high.value()});
+    }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return ErfcInv::eval(x, r);
@@ -142,12 +185,18 @@ struct CdfNormInvLanes {
 
     template <class W> static IntegersOf<W> special(W p) { return error_lanes::in_tails(p, 0x1p-13f, 0.5f); }
 
-    static Lanes<double> value(Lanes<double> p) { return error_lanes::complementary_inverse<true>(p + p); }
-    static Lanes<float> value(Lanes<float> p) {
-        return through_double(
-            [](Lanes<double> v) { return special::sqrt_2.hi * error_lanes::short_inverse((v + v) - 1.0); },
-            p);
+    [[gnu::always_inline]] static auto start(Lanes<double> p) { return error_lanes::Complement(p + p); }
+    [[gnu::always_inline]] static auto start(Lanes<float> p) {
+        return each_half([](Lanes<double> v) { return error_lanes::ShortInverse((v + v) - 1.0); }, p);
     }
+    [[gnu::always_inline]] static Lanes<double> finish(const auto &at, Lanes<double> p) {
+        return error_lanes::complementary_inverse<true>(at, p + p);
+    }
+    [[gnu::always_inline]] static Lanes<float> finish(const auto &at, Lanes<float>) {
+        constexpr double root = special::sqrt_2.hi;
+        return narrowed({root * at.low.value(), root * at.high.value()});
+    }
+    template <class W> static W value(W p) { return finish(start(p), p); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T p, T &r) noexcept {
         return CdfNormInv::eval(p, r);

@@ -72,6 +72,7 @@ struct CubeReduction {
     V mantissa;
     IntegerPair row; // in the low 8 bits
 
+    CubeReduction() = default;
     explicit CubeReduction(V x) : third(third_of(x)), mantissa(unscaled(x)), row(bits_of(mantissa) >> 46) {}
 
     void look_up(V &root, V &inverse_cube) const {
@@ -130,8 +131,7 @@ template <class T> V beside_cube(V mantissa, V root, V inverse_cube) {
 struct CubeRoot {
     using Element = Cbrt;
     static constexpr bool odd = true;
-    template <class T> [[gnu::always_inline]] static V value(V x) {
-        const CubeReduction at(x);
+    template <class T> [[gnu::always_inline]] static V value(const CubeReduction &at) {
         V root, inverse_cube;
         at.look_up(root, inverse_cube);
         const V r = beside_cube<T>(at.mantissa, root, inverse_cube);
@@ -142,8 +142,7 @@ struct CubeRoot {
 struct SquareOfCubeRoot {
     using Element = Pow2o3;
     static constexpr bool odd = false;
-    template <class T> [[gnu::always_inline]] static V value(V x) {
-        const CubeReduction at(x);
+    template <class T> [[gnu::always_inline]] static V value(const CubeReduction &at) {
         V root, inverse_cube;
         at.look_up(root, inverse_cube);
         const V r = beside_cube<T>(at.mantissa, root, inverse_cube), square = root * root;
@@ -155,8 +154,7 @@ struct SquareOfCubeRoot {
 struct InverseCubeRoot {
     using Element = InvCbrt;
     static constexpr bool odd = true;
-    template <class T> [[gnu::always_inline]] static V value(V x) {
-        const CubeReduction at(x);
+    template <class T> [[gnu::always_inline]] static V value(const CubeReduction &at) {
         const V inverse = at.inverse_root(), cube = inverse * inverse * inverse;
         V r;
         if constexpr (sizeof(T) == 8) {
@@ -183,15 +181,22 @@ template <class Rule> struct ThirdsLanes {
                                     std::numeric_limits<std::int32_t>::max()>(x);
     }
 
-    template <class V> [[gnu::always_inline]] static V value(V x) {
-        const V size = magnitude(x);
+    template <class V> [[gnu::always_inline]] static auto start(V x) {
+        using root_lanes::CubeReduction;
+        if constexpr (sizeof(ElementOf<V>) == 8)
+            return CubeReduction(magnitude(x));
+        else
+            return Both<CubeReduction>(widened(magnitude(x)));
+    }
+    template <class V> [[gnu::always_inline]] static V finish(const auto &at, V x) {
         V result;
         if constexpr (sizeof(ElementOf<V>) == 8)
-            result = Rule::template value<double>(size);
+            result = Rule::template value<double>(at);
         else
-            result = through_double([](Lanes<double> v) { return Rule::template value<float>(v); }, size);
+            result = narrowed({Rule::template value<float>(at.low), Rule::template value<float>(at.high)});
         return Rule::odd ? with_sign(result, sign_of(x)) : result;
     }
+    template <class V> static V value(V x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Rule::Element::eval(x, r);
@@ -242,8 +247,8 @@ struct Pow3o2Lanes {
             return outside_short_window<top_word(0x1p-84f), top_word(0x1p85f)>(x);
     }
 
-    template <class V> [[gnu::always_inline]] static V value(V x) {
-        const V s = SqrtLanes::value(x);
+    template <class V> static V start(V x) { return SqrtLanes::value(x); }
+    template <class V> [[gnu::always_inline]] static V finish(V s, V x) {
         if constexpr (sizeof(ElementOf<V>) == 8) {
             const V leading = shortened<36>(s), rest = s - leading, square = leading * leading; // exact
             const V beside = x - square;                                                        // exact
@@ -255,6 +260,7 @@ struct Pow3o2Lanes {
                 s);
         }
     }
+    template <class V> static V value(V x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline, gnu::cold]] static Status eval(T x, T &r) noexcept {
         return Pow3o2::eval(x, r);

@@ -100,17 +100,23 @@ inline V single_tangent(const ReducedSteps &x) {
 struct TanLanes {
     static constexpr int pass = 16;
     static constexpr double padding = 0.5;
+    static constexpr bool test_beside = true;
 
     template <class W> static IntegersOf<W> special(W x) { return angle_lanes::special(x); }
 
-    template <class W> [[gnu::always_inline]] static W value(W x) {
+    template <class W> [[gnu::always_inline]] static auto start(W x) {
         if constexpr (sizeof(ElementOf<W>) == 8)
-            return angle_lanes::tangent(angle_lanes::reduce(x));
+            return angle_lanes::reduce(x);
         else
-            return through_double(
-                [](Lanes<double> v) { return angle_lanes::single_tangent(angle_lanes::reduce_single(v)); },
-                x);
+            return each_half(angle_lanes::reduce_single, x);
     }
+    template <class W> [[gnu::always_inline]] static W finish(const auto &at, W) {
+        if constexpr (sizeof(ElementOf<W>) == 8)
+            return angle_lanes::tangent(at);
+        else
+            return narrowed({angle_lanes::single_tangent(at.low), angle_lanes::single_tangent(at.high)});
+    }
+    template <class W> static W value(W x) { return finish(start(x), x); }
 
     template <class T> [[gnu::noinline]] static Status eval(T x, T &result) noexcept {
         Status status = status_ok;

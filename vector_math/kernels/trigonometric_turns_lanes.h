@@ -191,18 +191,13 @@ template <class Unit, Accuracy A, int quarters, class Reduced>
 }
 
 // As for the sine, but where plain double precision serves, f in steps.
-struct SinglesInSteps {
-    angle_lanes::ReducedSteps low, high;
-};
-
 template <class Unit, Accuracy A, class W> [[gnu::always_inline]] inline auto reduce_for_tangent(W x) {
     const auto in_steps = [](V v) {
         const Rest<V> rest = Unit::template rest<64>(v);
         return angle_lanes::ReducedSteps{rest.f * Unit::steps, rest.n};
     };
     if constexpr (sizeof(ElementOf<W>) == 4 && A == Accuracy::high) {
-        const Halves halves = widened(x);
-        return SinglesInSteps{in_steps(halves.low), in_steps(halves.high)};
+        return each_half(in_steps, x);
     } else if constexpr (sizeof(ElementOf<W>) == 8 && A != Accuracy::high) {
         return in_steps(x);
     } else {
@@ -223,7 +218,7 @@ template <class Unit, Accuracy A, class Reduced>
         else
             return angle_lanes::tangent_beyond_step(
                 x.f * (x.f * x.f * 3.9436021751787945e-05 + 0.04908738491538995), x.n);
-    } else if constexpr (std::is_same_v<Reduced, SinglesInSteps>) {
+    } else if constexpr (std::is_same_v<Reduced, Both<angle_lanes::ReducedSteps>>) {
         return narrowed({angle_lanes::single_tangent(x.low), angle_lanes::single_tangent(x.high)});
     } else {
         return angle_lanes::tangent(x);
