@@ -31,7 +31,7 @@ using Rows = TabulatedLogarithm<log_gamma_double>;
 inline DoubleDouble reflected(double x) noexcept {
     constexpr DoubleDouble ln_pi{0x1.250d048e7a1bdp+0, 0x1.7abf2ad8d5088p-57};
     const DoubleDouble product = special::sine_size(-x) * -x;
-    const auto ln = LongPower<Accuracy::high>::exponent(broadcast<V>(product.hi), V{} + 1.0);
+    const auto ln = LongPower<Accuracy::high>::exponent(DoublePlace(broadcast<V>(product.hi)), V{} + 1.0);
     const auto of_y = Rows::parts(Rows::Place(broadcast<V>(-x)));
     const DoubleDouble ratio = two_sum(ln_pi.hi, -ln.head[0]), sum = two_sum(ratio.hi, -of_y.head[0]);
     const double rest = (ln_pi.lo - product.lo / product.hi) - (ln.tail[0] + of_y.tail[0]);
@@ -41,7 +41,8 @@ inline DoubleDouble reflected(double x) noexcept {
 // log gamma x for 2^16 <= x < 2^52, the first term of the series left out below 2^-56
 inline double stirling(double x) noexcept {
     constexpr double half_log_two_pi = 0x1.d67f1c864beb5p-1;
-    const auto product = LongPower<Accuracy::high>::exponent(broadcast<V>(x), broadcast<V>(x - 0.5));
+    const auto product =
+        LongPower<Accuracy::high>::exponent(DoublePlace(broadcast<V>(x)), broadcast<V>(x - 0.5));
     const double head = product.head[0] - x;
     return head + (((product.head[0] - head) - x) + (product.tail[0] + (half_log_two_pi + 1 / (12 * x))));
 }

@@ -33,7 +33,8 @@ struct LogarithmReduction {
     }
 };
 
-// Four positive floats as 2^k z, the first interval of z so far below 1; interval: above its other bits.
+// Four positive floats as 2^k z; z begins `below_one` steps of floats from 1 on below it. The number of its
+// interval is in the upper bits of a float's fraction, for two elements in either half of `interval`.
 template <std::int32_t below_one> struct SinglesReduction {
     Lanes<float> z;
     Lanes<std::int32_t> exponent; // 2^23 k

@@ -95,9 +95,24 @@ template <class V> struct PowerRange {
 
 // The methods: y times a logarithm of |x|, and its exponential; the sign of x does not count.
 
-inline Lanes<double> without_sign(Lanes<double> x) {
-    return from_bits<Lanes<double>>(bits_of(x) & ~sign_bit<double>);
-}
+// |x| of two elements taken apart.
+struct DoublePlace {
+    Lanes<double> mantissa, exponent;
+    IntegerPair interval; // in the low bits
+
+    DoublePlace() = default;
+    explicit DoublePlace(Lanes<double> x) {
+        const LogarithmReduction at(magnitude(x));
+        mantissa = at.mantissa;
+        exponent = at.exponent;
+        interval = IntegerPair(at.interval);
+    }
+
+    template <std::size_t size, class Pair>
+    void look_up(const Pair (&table)[size], Lanes<double> &first, Lanes<double> &second) const {
+        look_up_pairs(table[interval.low % size], table[interval.high % size], first, second);
+    }
+};
 
 // y ln |x| in two doubles.
 template <Accuracy A> struct LongPower {
@@ -112,11 +127,12 @@ template <Accuracy A> struct LongPower {
         double size() const { return head[0]; }
     };
 
-    [[gnu::always_inline]] static Exponent exponent(V x, V y) {
-        const LogarithmReduction at(without_sign(x));
+    [[gnu::always_inline]] static DoublePlace place(V x) { return DoublePlace(x); }
+
+    [[gnu::always_inline]] static Exponent exponent(const DoublePlace &at, V y) {
         V reciprocal, logarithm;
-        look_up_modulo(power_pairs, at.interval, reciprocal, logarithm);
-        const V rests = look_up_first(power_rests, at.interval);
+        at.look_up(power_pairs, reciprocal, logarithm);
+        const V rests{power_rests[at.interval.low % 256], power_rests[at.interval.high % 256]};
         const V z = from_bits<V>(wrapping_sum(bits_of(at.mantissa), IntegersOf<V>{} + (1 << 28)) &
                                  ~((std::int64_t{1} << 29) - 1));
         const V r1 = z * reciprocal - 1, r2 = (at.mantissa - z) * reciprocal; // both exact, r = r1 + r2
@@ -179,10 +195,11 @@ struct ShortPower {
         double size() const { return sum[0]; }
     };
 
-    [[gnu::always_inline]] static Exponent exponent(V x, V y) {
-        const LogarithmReduction at(without_sign(x));
+    [[gnu::always_inline]] static DoublePlace place(V x) { return DoublePlace(x); }
+
+    [[gnu::always_inline]] static Exponent exponent(const DoublePlace &at, V y) {
         V reciprocal, logarithm;
-        look_up_modulo(power_binary_pairs, at.interval, reciprocal, logarithm);
+        at.look_up(power_binary_pairs, reciprocal, logarithm);
         const V r = at.mantissa * reciprocal - 1;
         return {(y * (64 / log_unit)) * ((at.exponent * log_unit + logarithm) + r * binary_slope<4>(r))};
     }
@@ -305,19 +322,10 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
         return Range::special(x, y);
     }
 
-    static constexpr bool in_three_steps = sizeof(T) == 4;
-
-    template <class V> [[gnu::always_inline]] static auto start(V x, V y) {
-        if constexpr (in_three_steps)
-            return Method::place(x);
-        else
-            return Method::exponent(x, usual(y));
-    }
-    template <class V>
-    requires in_three_steps [[gnu::always_inline]] static auto middle(const auto &place, V, V y) {
+    template <class V> [[gnu::always_inline]] static auto start(V x, V) { return Method::place(x); }
+    template <class V> [[gnu::always_inline]] static auto middle(const auto &place, V, V y) {
         return Method::exponent(place, usual(y));
     }
-
     template <class V>
     [[gnu::always_inline]] static V finish(const typename Method::Exponent &exponent, V x, V y) {
         const auto odd = bits_of(usual(y) + Range::shifter) << (8 * sizeof(T) - 1);
@@ -353,10 +361,7 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
 
   private:
     template <class V> [[gnu::always_inline]] static auto exponent(V x, V y) {
-        if constexpr (in_three_steps)
-            return middle(start(x, y), x, y);
-        else
-            return start(x, y);
+        return middle(start(x, y), x, y);
     }
     template <class V> static V usual(V y) { return from_bits<V>(bits_of(y) & ~Range::outside_of_y(y)); }
 };
