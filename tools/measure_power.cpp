@@ -44,6 +44,9 @@ template <class F, class T, class Spread> void pairs(const char *name, long coun
             const T x = static_cast<T>(xd), y = static_cast<T>(yd);
             const auto a = broadcast<Lanes<T>>(x), b = broadcast<Lanes<T>>(y);
             T r = F::value(a, b)[0];
+            if constexpr (requires { F::shorter_serves(y); })
+                if (F::shorter_serves(y))
+                    r = F::Shorter::value(a, b)[0];
             if (mask_of(F::special(a, b)) != 0) {
                 F::eval(x, y, r);
                 ++special[t];

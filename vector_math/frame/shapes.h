@@ -14,6 +14,8 @@
 //       static Status eval(double x, double &r) noexcept;          // one special element
 //   };
 //   value sees padding in the place of special elements; a repeated second argument stays as it is.
+//   vector and scalar: optionally a lane function Shorter, which takes over for the scalars that
+//   shorter_serves(y) names
 //   two in, one out: special(V x, V y), V value(V x, V y), eval(double x, double y, double &r)
 //   one in, two out: void value(V x, V &u, V &v), eval(double x, double &u, double &v)
 //   Without `special` no lane is, and eval is not needed.
@@ -445,6 +447,9 @@ template <class F, Name name, class T> struct VectorAndScalar {
 
     // An element function takes the scalar as a vector of increment 0.
     static void run(std::int32_t n, const T *a, std::int32_t inca, const T *b, T *r, std::int32_t incr) {
+        if constexpr (requires(T y) { F::shorter_serves(y); })
+            if (F::shorter_serves(*b))
+                return VectorAndScalar<typename F::Shorter, name, T>::run(n, a, inca, b, r, incr);
         constexpr F function{};
         if (LaneFunction<F> && inca == 1 && incr == 1)
             run_over<F, name, Shape::two_one, true, T, false>(n, function, {{a, 1}, {b, 1}, {r, 1}, {r, 1}});

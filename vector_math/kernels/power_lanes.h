@@ -13,15 +13,15 @@
 // accuracy leaves out what the rounding of r^2/2 loses and the tails of the exponential.
 // The others: one double. Double enhanced performance takes log2 |x| with a polynomial of degree 4 (error
 // 2^-41.3 of the logarithm), single high accuracy of degree 5 (2^-51.5; of a single-precision number r is
-// exact), enhanced performance of degree 2 (2^-20.5); single low accuracy takes the kernel of ln in its
-// double lanes (2^-37). The fraction's exponential in single precision: for high accuracy in double lanes,
-// 128 steps to a binade and degree 3 (2^-41.2 of the result); otherwise y log2 |x| becomes a fixed-point
-// number with the places of a float, and straight lines between 2048 roots join them (2^-24.5, 2^-27); the
-// binade is added as an integer.
+// exact), enhanced performance, and low accuracy with exponents up to 8, of degree 2 (2^-20.5); with larger
+// ones low accuracy takes the kernel of ln in its double lanes (2^-37). The fraction's exponential in single
+// precision: for high accuracy in double lanes, 128 steps to a binade and degree 3 (2^-41.2 of the result);
+// otherwise y log2 |x| becomes a fixed-point number with the places of a float, and straight lines between
+// 2048 roots join them (2^-24.5, 2^-27); the binade is added as an integer.
 //
 // Largest errors measured by tools/measure_power.cpp, in ulp (docs/accuracy.md): double 0.519061 at
 // (0x1.ff6db97586d6fp-1, 0x1.1e2821fb29186p+17), low accuracy 2.943281, enhanced performance 2^-30.8 of the
-// result; single 0.500006, low accuracy 1.752882, enhanced performance 2^-13.1 of the result.
+// result; single 0.500006, low accuracy 1.838, enhanced performance 2^-12.9 of the result.
 #pragma once
 
 #include "vector_math/frame/element.h"
@@ -173,9 +173,7 @@ inline constexpr double log_unit = 0x1p23;
 // log2(1 + r) / r in units for |r| < 2^-9
 template <int degree> Lanes<double> binary_slope(Lanes<double> r) {
     constexpr double k = log_unit / 64;
-    if constexpr (degree == 2)
-        return k * 92.33254132490721 + r * (k * -46.166300016484534);
-    else if constexpr (degree == 4)
+    if constexpr (degree == 4)
         return (k * 92.33248261686006 + r * (k * -46.16624130838524)) +
                r * r * (k * 30.777564655314134 + r * (k * -23.08319110393869));
     else
@@ -230,6 +228,21 @@ template <class T, std::uint64_t steps> struct Roots {
 };
 template <class T, std::uint64_t steps> alignas(64) inline constexpr Roots<T, steps> roots;
 
+// The table for the shortest logarithm, s (b - s) with s = z scale/c - scale; 12 bits keep s exact where c
+// = 1.
+struct ScaledPairs {
+    static constexpr double scale = 2460; // near the root of the square's coefficient, 46.1663 log_unit / 64
+    PowerPair row[256];
+
+    consteval ScaledPairs() : row() {
+        for (int i = 0; i < 256; ++i) {
+            const auto [reciprocal, logarithm] = power_binary_pairs[i];
+            row[i] = {reciprocal * scale, logarithm};
+        }
+    }
+};
+alignas(64) inline constexpr ScaledPairs scaled_pairs;
+
 // y log2 |x| of four single-precision elements, in double lanes: in steps of the fraction's exponential.
 template <Accuracy A> struct SinglePower {
     using V = Lanes<double>;
@@ -240,7 +253,6 @@ template <Accuracy A> struct SinglePower {
     static constexpr std::int32_t steps = high ? 128 : 1 << 23;
     static constexpr double limit = steps * 126.0;
     static constexpr auto below_one = static_cast<std::int32_t>(LogarithmReduction::below_one >> 29);
-    static constexpr int log_degree = high ? 5 : 2; // of accuracy that is not low
 
     struct Exponent {
         Halves sum;
@@ -305,11 +317,18 @@ template <Accuracy A> struct SinglePower {
 
     // Of two elements; interval: in the low bits of either half.
     [[gnu::always_inline]] static V logarithm(V z, V exponent, std::uint64_t interval) {
+        const std::uint64_t i = (interval >> 15) % 256, j = (interval >> 47) % 256;
         V reciprocal, log_of_c;
-        look_up_pairs(power_binary_pairs[(interval >> 15) % 256], power_binary_pairs[(interval >> 47) % 256],
-                      reciprocal, log_of_c);
-        const V r = z * reciprocal - 1;
-        return (exponent + log_of_c) + r * binary_slope<log_degree>(r);
+        if constexpr (high) {
+            look_up_pairs(power_binary_pairs[i], power_binary_pairs[j], reciprocal, log_of_c);
+            const V r = z * reciprocal - 1;
+            return (exponent + log_of_c) + r * binary_slope<5>(r);
+        } else {
+            constexpr double scale = ScaledPairs::scale, b = log_unit / 64 * 92.33254132490721 / scale;
+            look_up_pairs(scaled_pairs.row[i], scaled_pairs.row[j], reciprocal, log_of_c);
+            const V s = z * reciprocal - scale;
+            return (exponent + log_of_c) + s * (b - s);
+        }
     }
 };
 
@@ -369,7 +388,20 @@ template <class T, Accuracy A, class Method> struct PowerLanes {
 template <Accuracy A>
 using PowerDouble =
     PowerLanes<double, A, std::conditional_t<A == Accuracy::enhanced_performance, ShortPower, LongPower<A>>>;
-template <Accuracy A> using PowerSingle = PowerLanes<float, A, SinglePower<A>>;
+template <Accuracy A> using PlainPowerSingle = PowerLanes<float, A, SinglePower<A>>;
+
+// With exponents up to 8 the shortest logarithm is good enough for low accuracy.
+struct LowPowerSingle : PlainPowerSingle<Accuracy::low> {
+    struct Shorter : PlainPowerSingle<Accuracy::enhanced_performance> {
+        [[gnu::noinline, gnu::cold]] static Status eval(float x, float y, float &r) noexcept {
+            return PlainPowerSingle<Accuracy::low>::eval(x, y, r);
+        }
+    };
+    static bool shorter_serves(float y) { return (top_word(y) & Range::magnitude) <= top_word(8.0f); }
+};
+
+template <Accuracy A>
+using PowerSingle = std::conditional_t<A == Accuracy::low, LowPowerSingle, PlainPowerSingle<A>>;
 
 // Powr is Pow over positive x; the rest of the line is its own.
 template <class Power> struct PositivePower : Power {
